@@ -1,0 +1,86 @@
+// Lanes: N elements in one register. Arithmetic and comparison are the language's own, element by element; here stands
+// what it lacks. A formula is a template over N, and nothing in it depends on N.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <emmintrin.h>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+namespace nvo {
+
+template <class T, int N> struct LanesOf {
+    typedef T type
+        __attribute__((vector_size(sizeof(T) * N))); // NOLINT(modernize-use-using): no alias of a dependent size
+};
+template <class T, int N> using Lanes = typename LanesOf<T, N>::type;
+
+// The integer as wide as R: the type of bit patterns, and of masks, whose lanes are all ones or all zeros.
+template <class R> using Word = std::conditional_t<sizeof(R) == 4, std::int32_t, std::int64_t>;
+template <class R, int N> using LaneMask = Lanes<Word<R>, N>;
+
+// Lanes of one register at the SSE2 baseline.
+template <class R> inline constexpr int lane_width = 16 / static_cast<int>(sizeof(R));
+
+template <class V> using LaneType = std::remove_cvref_t<decltype(std::declval<V&>()[0])>;
+template <class V> inline constexpr int lane_count = static_cast<int>(sizeof(V) / sizeof(LaneType<V>));
+
+template <class V> V load(const LaneType<V>* p) {
+    V v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+template <class V> void store(LaneType<V>* p, V v) { std::memcpy(p, &v, sizeof v); }
+
+template <class V> V splat(LaneType<V> x) { return V{} + x; }
+
+// Bit patterns.
+template <class V> auto bits(V x) { return reinterpret_cast<LaneMask<LaneType<V>, lane_count<V>>>(x); }
+template <class R, class W> auto from_bits(W w) { return reinterpret_cast<Lanes<R, lane_count<W>>>(w); }
+
+template <class R> inline constexpr Word<R> sign_bit = std::numeric_limits<Word<R>>::min();
+template <class R> inline constexpr Word<R> magnitude_bits = std::numeric_limits<Word<R>>::max();
+
+template <class V> V magnitude(V x) { return from_bits<LaneType<V>>(bits(x) & magnitude_bits<LaneType<V>>); }
+// |x| with the sign of s; x must not be negative.
+template <class V> V with_sign(V x, V s) { return from_bits<LaneType<V>>(bits(x) | (bits(s) & sign_bit<LaneType<V>>)); }
+
+// The upper 32-bit word of each lane stands in for the lane, since SSE2 can't compare 64-bit integers: the patterns of
+// two doubles compare as their upper words do, but for ties. For floats it is the whole word.
+template <class V> auto upper_words(V x) { return reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(x); }
+
+// Lanes whose upper word, plus a constant, is above a limit, signed. Only the sign bits of the result count.
+template <class V> auto upper_word_above(V x, std::uint32_t plus, std::int32_t limit) {
+    const auto sum = reinterpret_cast<Lanes<std::uint32_t, sizeof(V) / 4>>(x) + plus;
+    const auto above = reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(sum) > limit;
+    return reinterpret_cast<LaneMask<LaneType<V>, lane_count<V>>>(above);
+}
+
+// Bit i is the sign bit of lane i.
+inline unsigned lane_bits(Lanes<std::int32_t, 4> mask) {
+    return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(mask)));
+}
+inline unsigned lane_bits(Lanes<std::int64_t, 2> mask) {
+    return static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(mask)));
+}
+
+inline Lanes<float, 4> square_root(Lanes<float, 4> x) { return _mm_sqrt_ps(x); }
+inline Lanes<double, 2> square_root(Lanes<double, 2> x) { return _mm_sqrt_pd(x); }
+
+// f on floats given as bit patterns in the low words of 64-bit lanes, widened. The unused half of the register repeats
+// the used one, so that it raises no flag of its own.
+template <class F> Lanes<double, 2> on_low_floats(Lanes<std::uint64_t, 2> words, F f) {
+    const __m128 narrow = _mm_shuffle_ps(reinterpret_cast<__m128>(words), reinterpret_cast<__m128>(words), 0x88);
+    return _mm_cvtps_pd(f(narrow));
+}
+
+// f(0), ..., f(n - 1) with constant arguments.
+template <int n, class F> void unroll(F f) {
+    [&]<int... i>(std::integer_sequence<int, i...>) { (f(std::integral_constant<int, i>{}), ...); }
+    (std::make_integer_sequence<int, n>{});
+}
+
+} // namespace nvo
