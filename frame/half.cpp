@@ -43,9 +43,9 @@ std::uint16_t __vlang_math_fp64to16(double x) {
 
     if (magnitude <= max_half + 16) {
         // Rounding at the last bit of a half: the shifter has its own last bit there, so that the sum is rounded there,
-        // once and in the current direction. 1.5 keeps the sum of either sign in one binade.
+        // once. It has the sign of x, so that the current direction means the same for the sum.
         const int exponent = magnitude < 0x1p-14 ? -14 : std::ilogb(x);
-        const double shifter = std::bit_cast<double>(std::uint64_t(1023 + exponent + 42) << 52) * 1.5;
+        const double shifter = std::copysign(std::bit_cast<double>(std::uint64_t(1023 + exponent + 42) << 52), x);
         const double rounded = std::fabs((x + shifter) - shifter);
         if (rounded <= max_half) return sign | exact_half(rounded);
     }

@@ -82,11 +82,18 @@ template <class E> struct OneValue {
 // The harmless value of a tail lane without an element: every formula is defined there.
 inline constexpr double tail_filler = 0.75;
 
+// The first `count` lanes from the source, 1 <= count < N. One initialiser a count: lanes set one after the other would
+// go through memory.
 template <class V, class Source> V tail_lanes(const Source& source, std::ptrdiff_t i, int count) {
-    LaneType<V> elements[lane_count<V>];
-    unroll<lane_count<V>>(
-        [&](auto lane) { elements[lane] = lane < count ? source[i + lane] : static_cast<LaneType<V>>(tail_filler); });
-    return load<V>(elements);
+    constexpr auto filler = static_cast<LaneType<V>>(tail_filler);
+    const auto first = [&]<int... lane>(auto k, std::integer_sequence<int, lane...>) {
+        return V{(lane < k ? source[i + lane] : filler)...};
+    };
+    V v = splat<V>(filler);
+    unroll<lane_count<V>>([&](auto k) {
+        if (k == count) v = first(k, std::make_integer_sequence<int, lane_count<V>>{});
+    });
+    return v;
 }
 
 template <class V, class Target> void put_tail(const Target& target, std::ptrdiff_t i, int count, V v) {
@@ -128,8 +135,12 @@ template <class K, class Inputs, class Outputs> struct Walk {
     Outputs out;
     const char* name;
 
-    // Flattened: all that a turn of a loop calls becomes part of the loop, but for the cold functions.
-    [[gnu::flatten]] void run(std::ptrdiff_t n) {
+    // Flattened: all that a turn of a loop calls becomes part of the loop, but for the cold functions. The loop works
+    // on a copy of its own, which no store into a vector can reach.
+    [[gnu::flatten]] void run(std::ptrdiff_t n) const { Walk(*this).loop(n); }
+
+private:
+    void loop(std::ptrdiff_t n) {
         std::ptrdiff_t i = 0;
         if constexpr (is_scalar) {
             if constexpr (has_lanes) {
@@ -137,12 +148,18 @@ template <class K, class Inputs, class Outputs> struct Walk {
             }
             for (; i < n; ++i) scalar(i);
         } else {
-            for (; i + block <= n; i += block) lane_block<block / width>(i, whole_block);
+            for (; i + block <= n; i += block) {
+                if constexpr (has_rare) {
+                    lane_block<block / width>(i, std::integral_constant<int, block>{});
+                } else { // one register after the other: loads and stores take turns
+                    unroll<block / width>(
+                        [&](auto r) { lane_block<1>(i + r * width, std::integral_constant<int, width>{}); });
+                }
+            }
             for (; i < n; i += width) lane_block<1>(i, static_cast<int>(n - i < width ? n - i : width));
         }
     }
 
-private:
     using InputIndices = std::make_integer_sequence<int, inputs>;
     using OutputIndices = std::make_integer_sequence<int, outputs>;
 
@@ -168,9 +185,7 @@ private:
         (InputIndices{}, OutputIndices{});
     }
 
-    static constexpr std::integral_constant<int, block> whole_block{};
-
-    // A block of `registers` registers, of which the first `count` elements exist: an int, or whole_block.
+    // A block of `registers` registers, of which the first `count` elements exist: an int, or a constant.
     template <int registers, class Count> void lane_block(std::ptrdiff_t i, Count count) {
         const bool whole = count == registers * width;
         std::array<Register, inputs> x[registers];
@@ -321,9 +336,9 @@ template <class K, Form form, std::size_t inputs, std::size_t outputs>
         const auto& formula, auto forms, std::index_sequence<k...>, std::index_sequence<m...>) {
         const auto ins = std::make_tuple(std::get<k>(forms)...);
         const auto outs = std::make_tuple(std::get<inputs + m>(forms)...);
-        Walk<std::remove_cvref_t<decltype(formula)>, std::remove_const_t<decltype(ins)>,
-             std::remove_const_t<decltype(outs)>>{formula, ins, outs, name}
-            .run(n);
+        using Chosen = Walk<std::remove_cvref_t<decltype(formula)>, std::remove_const_t<decltype(ins)>,
+                            std::remove_const_t<decltype(outs)>>;
+        Chosen{formula, ins, outs, name}.run(n);
     };
     const auto walk = [&](const auto& formula) {
         using Formula = std::remove_cvref_t<decltype(formula)>;

@@ -12,7 +12,7 @@ namespace {
 template <class R, Frame f> struct Light {
     using Real = R;
     static constexpr Frame frame = f;
-    static constexpr int block = 8;
+    static constexpr int block = 64 / sizeof(R); // the frame hides behind a loop with few turns
     static constexpr bool stride_loops = true;
 };
 

@@ -1,0 +1,144 @@
+// What the library exports, imports and holds in writable memory, read from its file.
+
+#include "tests/support/elf_symbols.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <set>
+#include <string>
+
+namespace {
+
+using nvo::tests::ElfFile;
+using nvo::tests::ElfSymbol;
+using Names = std::set<std::string>;
+
+const ElfFile& library() {
+    static const ElfFile file(NVO_LIBRARY_FILE);
+    return file;
+}
+
+Names without(const Names& a, const Names& b) {
+    Names rest;
+    std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::inserter(rest, rest.end()));
+    return rest;
+}
+
+Names kernels() {
+    Names names;
+#define NVO_KERNELS_one(row) names.insert("nvo_ark_kernel_" row "_E2HAynn");
+#define NVO_KERNELS_three(row)                                           \
+    NVO_KERNELS_one(row) names.insert("nvo_ark_kernel_" row "_E2LAynn"); \
+    names.insert("nvo_ark_kernel_" row "_E2EPnnn");
+#define NVO_TEXT(x) #x
+#define ROW(t, row, op, cls, form, kernels, tags) NVO_KERNELS_##kernels(NVO_TEXT(t##row))
+#include "frame/operations.def"
+    return names;
+}
+
+Names all_exports() {
+    Names names = kernels();
+#define ROW(t, row, op, cls, form, kernels, tags)                                                         \
+    for (const char* suffix :                                                                             \
+         {"", "_HA", *#t == 's' || *#t == 'c' ? "_21" : "_50", *#t == 's' || *#t == 'c' ? "_11" : "_26"}) \
+        names.insert(std::string("_ark" NVO_TEXT(t##row)) + suffix);                                      \
+    for (const char* suffix : {"_ttab", "_ctab"})                                                         \
+        names.insert(std::string("nvo_ark_kernel_" NVO_TEXT(t##row)) + suffix);
+#include "frame/operations.def"
+    for (const char* twin : {"GetMode", "SetMode", "SetErrStatus", "GetErrStatus", "ClearErrStatus", "SetErrorCallBack",
+                             "GetErrorCallBack", "ClearErrorCallBack", "SetInterfInputVectorPointer"}) {
+        names.insert(std::string("nvo_ark_kernel_") + twin);
+        names.insert(std::string("_ark") + twin);
+    }
+    for (const char* type : {"h", "s", "d", "c", "z"}) {
+        names.insert(std::string("nvo_ark_kernel_") + type + "Error");
+        names.insert(std::string("nvo_ark_kernel_") + type + "ErrorI");
+    }
+    names.insert({"nvo_ark_kernel_GetTTableIndex", "nvo_ark_kernel_GetTTableIndexM", "nvo_ark_kernel_ReadEnvVarMode",
+                  "dll_cpu_version", "__vlang_math_fp16to64", "__vlang_math_fp64to16"});
+    return names;
+}
+
+TEST(Exports, AreWhatTheListAndTheHeaderName) {
+    Names found;
+    for (const ElfSymbol& symbol : library().dynamic) {
+        if (symbol.defined()) found.insert(symbol.name);
+    }
+    const Names expected = all_exports();
+    EXPECT_EQ(1920U + 528 + 960 + 18 + 10 + 6, expected.size());
+    EXPECT_EQ(Names{}, without(found, expected)) << "exported, but not in the list";
+    EXPECT_EQ(Names{}, without(expected, found)) << "in the list, but not exported";
+}
+
+Names pending_kernels() {
+    Names names;
+    for (const ElfSymbol& symbol : library().dynamic) {
+        if (symbol.defined() && symbol.weak()) names.insert(symbol.name);
+    }
+    return names;
+}
+
+TEST(Exports, RowsWithoutKernelStopTheProgramAndNameThemselves) {
+    const Names pending = pending_kernels();
+    std::printf("%zu of 528 kernels are pending\n", pending.size());
+    EXPECT_EQ(Names{}, without(pending, kernels())) << "weak, but no kernel";
+    if (pending.empty()) return;
+    const std::string& name = *pending.begin();
+    const auto kernel = reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, name.c_str()));
+    ASSERT_NE(nullptr, kernel);
+    EXPECT_DEATH(kernel(), name + " is not written yet");
+}
+
+#ifndef NVO_SANITIZED
+
+// Everything that a newly linked name could bring in is seen here first: above all, no kernel can allocate.
+TEST(Exports, ImportsAreTheCoreServicesAndAFewOfTheSystem) {
+    Names found;
+    for (const ElfSymbol& symbol : library().dynamic) {
+        if (!symbol.defined() && !symbol.weak()) found.insert(symbol.name);
+    }
+    const Names expected = {"nvo_serv_getenv",  "nvo_serv_lock",  "nvo_serv_unlock", "nvo_serv_print",
+                            "__errno_location", "__tls_get_addr", "abort",           "fprintf",
+                            "stderr",           "ilogb",          "memcmp"};
+    EXPECT_EQ(Names{}, without(found, expected));
+}
+
+TEST(Exports, NoConstructorAndNoWritableDataButTheTables) {
+    for (const auto& section : library().sections) {
+        // One pointer: the C runtime's own frame_dummy.
+        if (section.name == ".init_array") {
+            EXPECT_EQ(sizeof(void*), section.size);
+        }
+        EXPECT_NE(".ctors", section.name);
+    }
+    ASSERT_FALSE(library().all.empty()) << "stripped: nothing can be told";
+    Names writable;
+    for (const ElfSymbol& symbol : library().all) {
+        if (symbol.type != STT_OBJECT && symbol.type != STT_TLS) continue;
+        if (symbol.section >= static_cast<int>(library().sections.size())) continue;
+        if (!library().sections[symbol.section].writable()) continue;
+        const bool is_table = symbol.name.starts_with("nvo_ark_kernel_") && symbol.name.ends_with("_ttab");
+        if (!is_table) writable.insert(symbol.name);
+    }
+    const Names runtime = {"completed.0",
+                           "__dso_handle",
+                           "_DYNAMIC",
+                           "_GLOBAL_OFFSET_TABLE_",
+                           "__TMC_END__",
+                           "__do_global_dtors_aux_fini_array_entry",
+                           "__frame_dummy_init_array_entry"};
+    const Names ours = without(writable, runtime);
+    for (const std::string& name : ours) {
+        const bool expected =
+            name.find("env_read_lock") != std::string::npos || name.find("thread_state") != std::string::npos;
+        EXPECT_TRUE(expected) << name;
+    }
+    EXPECT_EQ(2U, ours.size());
+}
+
+#endif
+
+} // namespace
