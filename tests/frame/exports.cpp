@@ -27,27 +27,37 @@ Names without(const Names& a, const Names& b) {
     return rest;
 }
 
+struct Listed {
+    const char* name; // with its type letter
+    char type;
+    bool three; // kernels
+};
+constexpr bool three = true, one = false;
+#define NVO_TEXT(x) #x
+#define ROW(t, row, op, cls, form, kernels, tags) {NVO_TEXT(t##row), *#t, kernels},
+constexpr Listed rows[] = {
+#include "frame/operations.def"
+};
+
 Names kernels() {
     Names names;
-#define NVO_KERNELS_one(row) names.insert("nvo_ark_kernel_" row "_E2HAynn");
-#define NVO_KERNELS_three(row)                                           \
-    NVO_KERNELS_one(row) names.insert("nvo_ark_kernel_" row "_E2LAynn"); \
-    names.insert("nvo_ark_kernel_" row "_E2EPnnn");
-#define NVO_TEXT(x) #x
-#define ROW(t, row, op, cls, form, kernels, tags) NVO_KERNELS_##kernels(NVO_TEXT(t##row))
-#include "frame/operations.def"
+    for (const Listed& row : rows) {
+        const std::string prefix = std::string("nvo_ark_kernel_") + row.name;
+        names.insert(prefix + "_E2HAynn");
+        if (row.three) names.insert({prefix + "_E2LAynn", prefix + "_E2EPnnn"});
+    }
     return names;
 }
 
 Names all_exports() {
     Names names = kernels();
-#define ROW(t, row, op, cls, form, kernels, tags)                                                         \
-    for (const char* suffix :                                                                             \
-         {"", "_HA", *#t == 's' || *#t == 'c' ? "_21" : "_50", *#t == 's' || *#t == 'c' ? "_11" : "_26"}) \
-        names.insert(std::string("_ark" NVO_TEXT(t##row)) + suffix);                                      \
-    for (const char* suffix : {"_ttab", "_ctab"})                                                         \
-        names.insert(std::string("nvo_ark_kernel_" NVO_TEXT(t##row)) + suffix);
-#include "frame/operations.def"
+    for (const Listed& row : rows) {
+        const bool is_float = row.type == 's' || row.type == 'c';
+        const std::string stub = std::string("_ark") + row.name;
+        const std::string table = std::string("nvo_ark_kernel_") + row.name;
+        names.insert({stub, stub + "_HA", stub + (is_float ? "_21" : "_50"), stub + (is_float ? "_11" : "_26")});
+        names.insert({table + "_ttab", table + "_ctab"});
+    }
     for (const char* twin : {"GetMode", "SetMode", "SetErrStatus", "GetErrStatus", "ClearErrStatus", "SetErrorCallBack",
                              "GetErrorCallBack", "ClearErrorCallBack", "SetInterfInputVectorPointer"}) {
         names.insert(std::string("nvo_ark_kernel_") + twin);

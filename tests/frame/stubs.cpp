@@ -11,16 +11,16 @@
 namespace {
 
 struct Row {
+    const char* name; // with its type letter
     char type;
-    std::string name; // with its type letter
-    std::string op;
     char cls;
-    bool three;
+    bool three; // kernels
 };
 
-const Row rows[] = {
+constexpr bool three = true, one = false;
 #define NVO_TEXT(x) #x
-#define ROW(t, row, op, cls, form, kernels, tags) {*#t, NVO_TEXT(t##row), #op, *#cls, std::string(#kernels) == "three"},
+#define ROW(t, row, op, cls, form, kernels, tags) {NVO_TEXT(t##row), *#t, *#cls, kernels},
+constexpr Row rows[] = {
 #include "frame/operations.def"
 };
 
@@ -75,9 +75,9 @@ Decoded decode(const unsigned char* code) {
 
 TEST(Stubs, AreThreeMachineOperationsToTheSlotOfTheirName) {
     for (const Row& row : rows) {
-        const void* table = find("nvo_ark_kernel_" + row.name + "_ttab");
+        const void* table = find(std::string("nvo_ark_kernel_") + row.name + "_ttab");
         for (const auto& [suffix, slot] : stubs_of(row)) {
-            const std::string name = "_ark" + row.name + suffix;
+            const std::string name = std::string("_ark") + row.name + suffix;
             const Decoded stub = decode(static_cast<const unsigned char*>(find(name)));
             EXPECT_EQ(table, stub.table) << name;
             EXPECT_EQ(slot, stub.slot) << name;
@@ -94,18 +94,18 @@ TEST(Stubs, SuffixesGoWithTheType) {
 }
 
 TEST(Tables, SlotsHoldTheKernelsOfTheirAccuracy) {
-    int three = 0;
+    int with_three = 0;
     for (const Row& row : rows) {
-        const std::string prefix = "nvo_ark_kernel_" + row.name;
+        const std::string prefix = std::string("nvo_ark_kernel_") + row.name;
         void* table[3];
         std::memcpy(table, find(prefix + "_ttab"), sizeof table);
         void* high = find(prefix + "_E2HAynn");
         EXPECT_EQ(high, table[1]) << row.name;
         EXPECT_EQ(row.three ? find(prefix + "_E2LAynn") : high, table[0]) << row.name;
         EXPECT_EQ(row.three ? find(prefix + "_E2EPnnn") : high, table[2]) << row.name;
-        three += row.three;
+        with_three += row.three;
     }
-    EXPECT_EQ(24, three);
+    EXPECT_EQ(24, with_three);
 }
 
 TEST(Tables, Tags) {
@@ -126,7 +126,7 @@ TEST(Tables, Tags) {
     // How many rows have each first tag.
     int by_kernel = 0, t111 = 0, t1 = 0, t3 = 0;
     for (const Row& row : rows) {
-        const float tag = *static_cast<const float*>(find("nvo_ark_kernel_" + row.name + "_ctab"));
+        const float tag = *static_cast<const float*>(find(std::string("nvo_ark_kernel_") + row.name + "_ctab"));
         by_kernel += tag == 111.2F;
         t111 += tag == 111.3F;
         t1 += tag == 1.0F;
