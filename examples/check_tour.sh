@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Runs the tour, then lets it fail in every way that a user may meet: each must end with a sentence and a status.
+# usage: check_tour.sh TOUR DATA_DIR
+set -u
+tour=$1 data=$2
+work=$(mktemp -d) && trap 'rm -rf "$work"' EXIT
+failures=0
+
+# check NAME STATUS TEXT COMMAND...: the command must end with the status and have written the text.
+check() {
+    local name=$1 status=$2 text=$3
+    shift 3
+    "$@" >"$work/stdout" 2>"$work/stderr" </dev/null
+    local got=$?
+    if [[ $got != "$status" ]] || ! grep -qF -- "$text" "$work/stdout" "$work/stderr"; then
+        echo "FAILED: $name: status $got instead of $status, or no '$text' in:"
+        cat "$work/stdout" "$work/stderr"
+        failures=$((failures + 1))
+    fi
+}
+
+# with_csv FILTER: the folder of a data set that the sed filter has spoilt.
+with_csv() {
+    mkdir -p "$work/data" && sed "$1" "$data/airquality.csv" >"$work/data/airquality.csv" && echo "$work/data"
+}
+
+check "whole run in another locale and mode" 0 "ARK_HA, ARK_ERRMODE_NOERR      0x1A02" \
+    env LC_ALL=C NVO_ARK_MODE=ARK_LA,ARK_ERRMODE_STDERR "$tour" --data "$data" --out "$work/new/folder"
+[[ -s $work/stderr ]] && echo "FAILED: standard error isn't empty" && failures=$((failures + 1))
+check "correlation by independent means" 0 "temperature         0.698    0.743" "$tour" --data "$data" --out "$work"
+check "bad element mended" 0 "DEFAULT        sets 0, returns 0   2.79   0.00   0.00   1 domain   33 EDOM   invalid" \
+    "$tour" --data "$data" --out "$work"
+if command -v gnuplot >/dev/null; then
+    check "picture" 0 "PNG" head -c 4 "$work/new/folder/airquality.png"
+fi
+check "no gnuplot" 0 "there is no gnuplot here" env PATH=/nonexistent "$tour" --data "$data" --out "$work"
+
+check "no library" 1 "tour: the library can't be loaded: /nonexistent.so" "$tour" --library /nonexistent.so
+check "another library" 1 "tour: the library has no symbol named dll_cpu_version" "$tour" --library libdl.so.2
+check "no data folder" 1 "/nonexistent is no folder of data sets" "$tour" --data /nonexistent --out "$work"
+check "no data file" 1 "/airquality.csv: No such file" "$tour" --data "$work/new" --out "$work"
+check "malformed number" 1 'airquality.csv:4: Wind is no number: "12.6x"' \
+    "$tour" --data "$(with_csv 4s/12.6/12.6x/)" --out "$work"
+check "not finite" 1 'airquality.csv:4: Temp is no number: "inf"' \
+    "$tour" --data "$(with_csv 4s/74/inf/)" --out "$work"
+check "field too few" 1 "airquality.csv:154: the number of fields" "$tour" --data "$(with_csv 154s/,.*//)" --out "$work"
+check "row too few" 1 "152 rows, where 153 are expected" "$tour" --data "$(with_csv 9d)" --out "$work"
+check "no such column" 1 "no column named Wind" "$tour" --data "$(with_csv 1s/Wind/Gale/)" --out "$work"
+check "no month" 1 "outside May to September" "$tour" --data "$(with_csv '4s/,5,3$/,,3/')" --out "$work"
+check "no folder for pictures" 1 "the picture can't be written to /dev/null/folder" \
+    "$tour" --data "$data" --out /dev/null/folder
+check "unknown option" 2 "usage: tour" "$tour" --frobnicate yes
+check "option without value" 2 "usage: tour" "$tour" --data
+to_full_disk() { "$@" >/dev/full; }
+check "full disk" 1 "standard output can't be written" to_full_disk "$tour" --data "$data" --out "$work"
+
+exit $((failures > 0))

@@ -1,0 +1,17 @@
+// The chapters of the tour, in reading order. Each prints its tables to standard output, and throws what goes wrong.
+#pragma once
+
+#include "library.h"
+
+#include <filesystem>
+
+struct Tour {
+    const Library& library;
+    std::filesystem::path data;     // folder of the data sets
+    std::filesystem::path pictures; // folder to write pictures to
+};
+
+constexpr int air_quality_days = 153; // rows of airquality.csv
+
+void air_quality(const Tour& tour);
+void bad_elements(const Tour& tour);
