@@ -70,6 +70,30 @@ inline unsigned lane_bits(Lanes<std::int64_t, 2> mask) {
 inline Lanes<float, 4> square_root(Lanes<float, 4> x) { return _mm_sqrt_ps(x); }
 inline Lanes<double, 2> square_root(Lanes<double, 2> x) { return _mm_sqrt_pd(x); }
 
+// A gather from a table of pairs, by the lanes of an index: hi and lo. Index lanes must be in the table. The upper half
+// of a register is fetched by a shuffle of its own, not by a move that merges into a register: that would make each
+// turn of a loop wait for the last.
+template <class V> struct LanePair { V hi, lo; };
+inline LanePair<Lanes<float, 4>> gather(const float (*table)[2], Lanes<std::int32_t, 4> index) {
+    const auto low = _mm_cvtsi128_si64(reinterpret_cast<__m128i>(index));
+    const auto high = _mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE));
+    const auto pair = [table](std::int64_t j) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(table[j])); };
+    const auto both = [&](std::int64_t two) {
+        return reinterpret_cast<__m128>(
+            _mm_unpacklo_epi64(pair(static_cast<std::uint32_t>(two)), pair(static_cast<std::uint64_t>(two) >> 32)));
+    };
+    const __m128 first = both(low);
+    const __m128 second = both(high);
+    return {_mm_shuffle_ps(first, second, 0x88), _mm_shuffle_ps(first, second, 0xDD)};
+}
+inline LanePair<Lanes<double, 2>> gather(const double (*table)[2], Lanes<std::int64_t, 2> index) {
+    const auto low = _mm_cvtsi128_si64(reinterpret_cast<__m128i>(index));
+    const auto high = _mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE));
+    const __m128d first = _mm_loadu_pd(table[low]);
+    const __m128d second = _mm_loadu_pd(table[high]);
+    return {_mm_unpacklo_pd(first, second), _mm_unpackhi_pd(first, second)};
+}
+
 // f on floats given as bit patterns in the low words of 64-bit lanes, widened. The unused half of the register repeats
 // the used one, so that it raises no flag of its own.
 template <class F> Lanes<double, 2> on_low_floats(Lanes<std::uint64_t, 2> words, F f) {

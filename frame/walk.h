@@ -7,6 +7,7 @@
 //
 //   lanes(x..., special)           the fast formula. Sets the sign bit of each lane of special that it can't handle
 //   lanes(x...)                    the same for a formula that can handle all
+//   shortcut(x, y, special)        results for some special lanes, which it takes out of the mask; tried before rare
 //   rare(x..., &y...)              one element, for the lanes that are special; returns the status, or nothing
 //   element(x..., &y...)           one element of a scalar kernel; returns the status, or nothing
 //   choose(walk)                   calls walk with the formula that this call needs
@@ -202,10 +203,18 @@ private:
             special = (1U << count) - 1;
         } else {
             Mask marks[registers] = {};
+            const auto marked = [&] {
+                unsigned lanes = 0;
+                unroll<registers>([&](auto r) { lanes |= lane_bits(marks[r]) << (r * width); });
+                return lanes & ((1U << count) - 1);
+            };
             unroll<registers>([&](auto r) { y[r] = formula(x[r], marks[r]); });
-            if constexpr (has_rare) {
-                unroll<registers>([&](auto r) { special |= lane_bits(marks[r]) << (r * width); });
-                special &= (1U << count) - 1;
+            if constexpr (has_rare) special = marked();
+            if constexpr (requires { kernel.template shortcut<width>(x[0][0], y[0][0], marks[0]); }) {
+                if (special != 0) [[unlikely]] {
+                    unroll<registers>([&](auto r) { kernel.template shortcut<width>(x[r][0], y[r][0], marks[r]); });
+                    special = marked();
+                }
             }
         }
         if constexpr (has_rare) {

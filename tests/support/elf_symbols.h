@@ -76,8 +76,8 @@ private:
         std::vector<ElfSymbol> list;
         for (std::uint64_t i = 1; i < table.sh_size / sizeof(Elf64_Sym); ++i) { // the first one is empty
             const auto s = at<Elf64_Sym>(table.sh_offset + i * sizeof(Elf64_Sym));
-            list.push_back({text(names.sh_offset + s.st_name), ELF64_ST_TYPE(s.st_info), ELF64_ST_BIND(s.st_info),
-                            s.st_value, s.st_size, s.st_shndx});
+            list.push_back({text(names.sh_offset + s.st_name), static_cast<unsigned>(ELF64_ST_TYPE(s.st_info)),
+                            static_cast<unsigned>(ELF64_ST_BIND(s.st_info)), s.st_value, s.st_size, s.st_shndx});
         }
         return list;
     }
