@@ -19,9 +19,10 @@ check() {
     fi
 }
 
-# with_csv FILTER: the folder of a data set that the sed filter has spoilt.
+# with_csv FILTER [FILE]: a folder of the data sets, of which the sed filter has spoilt one.
 with_csv() {
-    mkdir -p "$work/data" && sed "$1" "$data/airquality.csv" >"$work/data/airquality.csv" && echo "$work/data"
+    local file=${2:-airquality.csv}
+    mkdir -p "$work/data" && cp "$data"/*.csv "$work/data" && sed "$1" "$data/$file" >"$work/data/$file" && echo "$work/data"
 }
 
 check "whole run in another locale and mode" 0 "ARK_HA, ARK_ERRMODE_NOERR      0x1A02" \
@@ -30,8 +31,17 @@ check "whole run in another locale and mode" 0 "ARK_HA, ARK_ERRMODE_NOERR      0
 check "correlation by independent means" 0 "temperature         0.698    0.743" "$tour" --data "$data" --out "$work"
 check "bad element mended" 0 "DEFAULT        sets 0, returns 0   2.79   0.00   0.00   1 domain   33 EDOM   invalid" \
     "$tour" --data "$data" --out "$work"
+check "exponential fit" 0 "grows by 2.36 % a year and doubles in 29.7 years" "$tour" --data "$data" --out "$work"
+check "what the fit leaves over" 0 "1994 to 1997      361.6   362.9         -1.3                 -6.0" \
+    "$tour" --data "$data" --out "$work"
+check "forecast" 0 "2020       426.7              414          12.7" "$tour" --data "$data" --out "$work"
+check "season" 0 "0.0   0.7   1.4   2.6   3.0   2.4   0.8   -1.2   -3.0   -3.2   -2.0   -0.9" \
+    "$tour" --data "$data" --out "$work"
+check "status of the logarithm" 0 "One of 280 would give -∞ and status 2 singularity" \
+    env NVO_ARK_MODE=ARK_ERRMODE_NOERR "$tour" --data "$data" --out "$work"
 if command -v gnuplot >/dev/null; then
     check "picture" 0 "PNG" head -c 4 "$work/new/folder/airquality.png"
+    check "second picture" 0 "PNG" head -c 4 "$work/new/folder/co2.png"
 fi
 check "no gnuplot" 0 "there is no gnuplot here" env PATH=/nonexistent "$tour" --data "$data" --out "$work"
 
@@ -47,6 +57,12 @@ check "field too few" 1 "airquality.csv:154: the number of fields" "$tour" --dat
 check "row too few" 1 "152 rows, where 153 are expected" "$tour" --data "$(with_csv 9d)" --out "$work"
 check "no such column" 1 "no column named Wind" "$tour" --data "$(with_csv 1s/Wind/Gale/)" --out "$work"
 check "no month" 1 "outside May to September" "$tour" --data "$(with_csv '4s/,5,3$/,,3/')" --out "$work"
+check "no logarithm" 1 "Ln: status 1 domain: a month of the CO2 data" "$tour" --data "$(with_csv 9s/,.*/,279/ co2.csv)" \
+    --out "$work"
+check "pole of the logarithm" 1 "Ln: status 2 singularity" "$tour" --data "$(with_csv 9s/,.*/,280/ co2.csv)" --out "$work"
+check "month without value" 1 "a month is missing in the CO2 data" "$tour" --data "$(with_csv 9s/,.*/,/ co2.csv)" \
+    --out "$work"
+check "months in disorder" 1 "or isn't in its place" "$tour" --data "$(with_csv '9{h;d};10G' co2.csv)" --out "$work"
 check "no folder for pictures" 1 "the picture can't be written to /dev/null/folder" \
     "$tour" --data "$data" --out /dev/null/folder
 check "unknown option" 2 "usage: tour" "$tour" --frobnicate yes

@@ -41,13 +41,6 @@ bool measured(double value) { return !std::isnan(value); }
 // An order of measurements in which a missing one comes before all others.
 bool below(double a, double b) { return measured(b) && (!measured(a) || a < b); }
 
-Column field(const Records& records, const char* name) {
-    const double* const first = records.column(name);
-    Column column;
-    for (std::ptrdiff_t i = 0; i < records.count(); ++i) column.push_back(first[i * records.width()]);
-    return column;
-}
-
 // ---- Units -----------------------------------------------------------------------------------------------------
 
 // The calls read the records where they lie: a column is a vector whose stride is the length of a record. A constant is
@@ -57,12 +50,12 @@ Summer converted(const Library& library, const Records& records) {
     const auto mul = NVO_FIND(library, _arkdMulI);
 
     const std::int32_t n = records.count(), stride = records.width();
-    Summer summer{field(records, "Month"),
-                  field(records, "Day"),
-                  field(records, "Ozone"),
-                  field(records, "Solar.R"),
-                  field(records, "Wind"),
-                  field(records, "Temp"),
+    Summer summer{records.copy("Month"),
+                  records.copy("Day"),
+                  records.copy("Ozone"),
+                  records.copy("Solar.R"),
+                  records.copy("Wind"),
+                  records.copy("Temp"),
                   Column(n),
                   Column(n),
                   Column(n)};
@@ -305,11 +298,7 @@ void draw(const Tour& tour, const Arithmetic& arithmetic, const Summer& summer, 
                 "; peak_ozone = " + std::to_string(summer.ozone[peak]) + "; peak_text = '" + date(summer, peak) + ": " +
                 arithmetic.text(summer.ozone[peak], 0) + " ppb'\n");
     plot.script(drawing);
-    std::cout << "The picture: " << std::flush;
-    if (plot.draw())
-        std::cout << plot.picture().string() << '\n';
-    else
-        std::cout << "not drawn, since there is no gnuplot here (Debian: apt-get install gnuplot-nox).\n";
+    plot.draw_and_tell(std::cout);
 }
 
 } // namespace

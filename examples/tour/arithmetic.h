@@ -28,7 +28,7 @@ public:
     explicit Arithmetic(const Library& library)
         : add(NVO_FIND(library, _arkdAddI)), sub(NVO_FIND(library, _arkdSubI)), mul(NVO_FIND(library, _arkdMulI)),
           div(NVO_FIND(library, _arkdDivI)), sqr(NVO_FIND(library, _arkdSqrI)), sqrt(NVO_FIND(library, _arkdSqrtI)),
-          round(NVO_FIND(library, _arkdRoundI)) {}
+          exp(NVO_FIND(library, _arkdExpI)), ln(NVO_FIND(library, _arkdLnI)), round(NVO_FIND(library, _arkdRoundI)) {}
 
     Column plus(Operand a, Operand b) const { return apply(add, a, b); }
     Column minus(Operand a, Operand b) const { return apply(sub, a, b); }
@@ -36,6 +36,8 @@ public:
     Column over(Operand a, Operand b) const { return apply(div, a, b); }
     Column squared(Operand a) const { return apply(sqr, a); }
     Column root(Operand a) const { return apply(sqrt, a); }
+    Column exponential(Operand a) const { return apply(exp, a); }
+    Column logarithm(Operand a) const { return apply(ln, a); }
 
     // Halves away from zero.
     Column rounded(Operand a, int decimals) const {
@@ -86,5 +88,5 @@ private:
     }
 
     ark_fn_B_strided_d *add, *sub, *mul, *div;
-    ark_fn_U_strided_d *sqr, *sqrt, *round;
+    ark_fn_U_strided_d *sqr, *sqrt, *exp, *ln, *round;
 };

@@ -113,11 +113,6 @@ Column three_changes(const Arithmetic& arithmetic, const Records& records) {
     return arithmetic.times(arithmetic.minus(today, yesterday), 5.0 / 9);
 }
 
-std::string status_text(int status) {
-    static constexpr const char* names[] = {"0", "1 domain", "2 singularity", "3 overflow", "4 underflow"};
-    return names[status];
-}
-
 std::string errno_text(int number) { return number ? std::to_string(number) + ' ' + strerrorname_np(number) : "0"; }
 
 struct Case {

@@ -15,3 +15,4 @@ constexpr int air_quality_days = 153; // rows of airquality.csv
 
 void air_quality(const Tour& tour);
 void bad_elements(const Tour& tour);
+void co2_growth(const Tour& tour);

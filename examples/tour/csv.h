@@ -29,6 +29,13 @@ struct Records {
         if (found == names.end()) throw std::runtime_error("the data have no column named " + std::string(name));
         return fields.data() + (found - names.begin());
     }
+    // The same, copied out of the records.
+    std::vector<double> copy(std::string_view name) const {
+        const double* const first = column(name);
+        std::vector<double> values;
+        for (std::ptrdiff_t i = 0; i < count(); ++i) values.push_back(first[i * width()]);
+        return values;
+    }
 };
 
 namespace csv {

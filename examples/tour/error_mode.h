@@ -4,6 +4,9 @@
 #include "library.h"
 #include "nvo_ark/vector_math.h"
 
+#include <cstdint>
+#include <string>
+
 class ErrorMode {
 public:
     // `mode` replaces the error field of the thread's mode word. It is set behind the callback, since setting a
@@ -26,3 +29,9 @@ private:
     std::uint32_t saved_mode;
     ArkErrorCallBack* saved_callback;
 };
+
+// An error status as the tour writes it.
+inline std::string status_text(int status) {
+    static constexpr const char* names[] = {"0", "1 domain", "2 singularity", "3 overflow", "4 underflow"};
+    return names[status];
+}

@@ -69,6 +69,7 @@ void run(const Options& options) {
     const Tour tour{library, options.data, options.out};
     air_quality(tour);
     bad_elements(tour);
+    co2_growth(tour);
 }
 
 } // namespace

@@ -74,6 +74,14 @@ public:
         return true;
     }
 
+    void draw_and_tell(std::ostream& out) const {
+        out << "The picture: " << std::flush;
+        if (draw())
+            out << picture().string() << '\n';
+        else
+            out << "not drawn, since there is no gnuplot here (Debian: apt-get install gnuplot-nox).\n";
+    }
+
 private:
     std::string script_name() const { return name + ".gnuplot"; }
 
