@@ -44,6 +44,20 @@
         nvo::run_kernel<NVO_TYPE_IN Strided, nvo::Form::strided>({}, n, {{a, inca}, {b, incb}}, {{y, incy}}, name); \
     }
 
+// y = f(a, b), with one value b
+#define NVO_KERNEL_X(t, Op, Unit, Strided)                                                                           \
+    extern "C" void NVO_KERNEL_NAME(t##Op)(std::int32_t n, const NVO_TYPE_##t* a, NVO_TYPE_##t b, NVO_TYPE_##t* y) { \
+        using K = nvo::FixedSecond<NVO_TYPE_IN Unit>;                                                                \
+        nvo::run_kernel<K, nvo::Form::unit>({b}, n, {{a}}, {{y}}, "v" #t #Op);                                       \
+    }                                                                                                                \
+    extern "C" void NVO_KERNEL_NAME(t##Op##I)(std::int32_t n, const NVO_TYPE_##t* a, std::int32_t inca,              \
+                                              NVO_TYPE_##t b, NVO_TYPE_##t* y, std::int32_t incy) {                  \
+        NVO_HAND_OVER(inca == 1 && incy == 1, t##Op, n, a, b, y)                                                     \
+        using K = nvo::FixedSecond<NVO_TYPE_IN Strided>;                                                             \
+        constexpr const char* name = nvo::strided_report_name("v" #t #Op);                                           \
+        nvo::run_kernel<K, nvo::Form::strided>({b}, n, {{a, inca}}, {{y, incy}}, name);                              \
+    }
+
 // (y, z) = f(a)
 #define NVO_KERNEL_S(t, Op, Unit, Strided)                                                                            \
     extern "C" void NVO_KERNEL_NAME(t##Op)(std::int32_t n, const NVO_TYPE_##t* a, NVO_TYPE_##t* y, NVO_TYPE_##t* z) { \

@@ -2,6 +2,7 @@
 // what it lacks. A formula is a template over N, and nothing in it depends on N.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -35,10 +36,18 @@ template <class V> V load(const LaneType<V>* p) {
 }
 template <class V> void store(LaneType<V>* p, V v) { std::memcpy(p, &v, sizeof v); }
 
-template <class V> V splat(LaneType<V> x) { return V{} + x; }
+// The bits of x in every lane: -0 and signalling NaNs too.
+template <class V> V splat(LaneType<V> x) {
+    return [x]<int... lane>(std::integer_sequence<int, lane...>) { return V{(static_cast<void>(lane), x)...}; }
+    (std::make_integer_sequence<int, lane_count<V>>{});
+}
 
 // Bit patterns.
 template <class V> auto bits(V x) { return reinterpret_cast<LaneMask<LaneType<V>, lane_count<V>>>(x); }
+// As unsigned words, whose shifts are logical: SSE2 has no arithmetic one for 64 bits.
+template <class V> auto words(V x) {
+    return reinterpret_cast<Lanes<std::make_unsigned_t<Word<LaneType<V>>>, lane_count<V>>>(x);
+}
 template <class R, class W> auto from_bits(W w) { return reinterpret_cast<Lanes<R, lane_count<W>>>(w); }
 
 template <class R> inline constexpr Word<R> sign_bit = std::numeric_limits<Word<R>>::min();
@@ -52,11 +61,34 @@ template <class V> V with_sign(V x, V s) { return from_bits<LaneType<V>>(bits(x)
 // two doubles compare as their upper words do, but for ties. For floats it is the whole word.
 template <class V> auto upper_words(V x) { return reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(x); }
 
-// Lanes whose upper word, plus a constant, is above a limit, signed. Only the sign bits of the result count.
+// Lanes whose upper word, plus a constant, is above a limit, signed. Only the sign bits of the result count. Taken as
+// ~sum < ~limit: g++ 12 makes one instruction of a comparison for less than a constant, and three of one for more.
 template <class V> auto upper_word_above(V x, std::uint32_t plus, std::int32_t limit) {
-    const auto sum = reinterpret_cast<Lanes<std::uint32_t, sizeof(V) / 4>>(x) + plus;
-    const auto above = reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(sum) > limit;
+    const auto not_sum = ~plus - reinterpret_cast<Lanes<std::uint32_t, sizeof(V) / 4>>(x);
+    const auto above = reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(not_sum) < ~limit;
     return reinterpret_cast<LaneMask<LaneType<V>, lane_count<V>>>(above);
+}
+
+// Lanes whose bits are not from those of first up to those of end, as unsigned integers, by the upper word: for numbers
+// of one sign, not from first up to end in magnitude. NaNs are not, and no flag is raised. The lower words of first and
+// end are zero. Only the sign bits of the result count.
+template <class V> auto not_between(V x, LaneType<V> first, LaneType<V> end) {
+    const auto word = [](LaneType<V> limit) {
+        return static_cast<std::uint32_t>(std::bit_cast<std::make_unsigned_t<Word<LaneType<V>>>>(limit) >>
+                                          (8 * sizeof limit - 32));
+    };
+    // The last pattern goes to the largest signed integer.
+    const std::uint32_t plus = 0x80000000U - word(end);
+    const auto sum = reinterpret_cast<Lanes<std::uint32_t, sizeof(V) / 4>>(x) + plus;
+    const auto below =
+        reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(sum) < static_cast<std::int32_t>(word(first) + plus);
+    return reinterpret_cast<LaneMask<LaneType<V>, lane_count<V>>>(below);
+}
+
+// The upper 32-bit word of each lane in all of the lane: makes whole lanes of a mask that holds for upper words.
+inline Lanes<std::int32_t, 4> spread_upper_words(Lanes<std::int32_t, 4> lanes) { return lanes; }
+inline Lanes<std::int64_t, 2> spread_upper_words(Lanes<std::int64_t, 2> lanes) {
+    return reinterpret_cast<Lanes<std::int64_t, 2>>(_mm_shuffle_epi32(reinterpret_cast<__m128i>(lanes), 0xF5));
 }
 
 // Bit i is the sign bit of lane i.
@@ -94,12 +126,75 @@ inline LanePair<Lanes<double, 2>> gather(const double (*table)[2], Lanes<std::in
     return {_mm_unpacklo_pd(first, second), _mm_unpackhi_pd(first, second)};
 }
 
+// A gather of single numbers.
+inline Lanes<float, 4> gather(const float* table, Lanes<std::int32_t, 4> index) {
+    const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(reinterpret_cast<__m128i>(index)));
+    const auto high =
+        static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE)));
+    const auto both = [table](std::uint64_t two) {
+        return _mm_unpacklo_ps(_mm_load_ss(table + static_cast<std::uint32_t>(two)), _mm_load_ss(table + (two >> 32)));
+    };
+    return _mm_movelh_ps(both(low), both(high));
+}
+inline Lanes<double, 2> gather(const double* table, Lanes<std::int64_t, 2> index) {
+    const auto low = _mm_cvtsi128_si64(reinterpret_cast<__m128i>(index));
+    const auto high = _mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE));
+    return _mm_loadh_pd(_mm_load_sd(table + low), table + high);
+}
+// The same, of floats for lanes of doubles.
+inline Lanes<double, 2> gather(const float* table, Lanes<std::int64_t, 2> index) {
+    const auto low = _mm_cvtsi128_si64(reinterpret_cast<__m128i>(index));
+    const auto high = _mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE));
+    return _mm_cvtps_pd(_mm_unpacklo_ps(_mm_load_ss(table + low), _mm_load_ss(table + high)));
+}
+
+// Integer lanes times a constant; both are from 0 to 0x7FFF.
+template <class W> W times_small(W lanes, std::int16_t factor) {
+    return reinterpret_cast<W>(_mm_madd_epi16(reinterpret_cast<__m128i>(lanes), _mm_set1_epi16(factor)));
+}
+
 // f on floats given as bit patterns in the low words of 64-bit lanes, widened. The unused half of the register repeats
 // the used one, so that it raises no flag of its own.
 template <class F> Lanes<double, 2> on_low_floats(Lanes<std::uint64_t, 2> words, F f) {
     const __m128 narrow = _mm_shuffle_ps(reinterpret_cast<__m128>(words), reinterpret_cast<__m128>(words), 0x88);
     return _mm_cvtps_pd(f(narrow));
 }
+
+// Lanes of floats as doubles, in two registers.
+struct WideLanes {
+    Lanes<double, 2> lower, upper;
+};
+inline WideLanes widened(Lanes<float, 4> x) { return {_mm_cvtps_pd(x), _mm_cvtps_pd(_mm_shuffle_ps(x, x, 0xEE))}; }
+inline WideLanes widened(Lanes<std::int32_t, 4> x) {
+    const auto i = reinterpret_cast<__m128i>(x);
+    return {_mm_cvtepi32_pd(i), _mm_cvtepi32_pd(_mm_shuffle_epi32(i, 0xEE))};
+}
+inline Lanes<float, 4> narrowed(WideLanes x) { return _mm_movelh_ps(_mm_cvtpd_ps(x.lower), _mm_cvtpd_ps(x.upper)); }
+inline Lanes<std::int32_t, 4> upper_words(WideLanes x) {
+    const auto words = [](__m128d v) { return _mm_castpd_ps(v); };
+    return reinterpret_cast<Lanes<std::int32_t, 4>>(_mm_shuffle_ps(words(x.lower), words(x.upper), 0xDD));
+}
+
+template <class F, class... Wide> WideLanes on_both_halves(F f, Wide... x) { return {f(x.lower...), f(x.upper...)}; }
+
+// f in doubles on lanes of floats, rounded to floats.
+template <class F, class... V> Lanes<float, 4> in_doubles(F f, V... x) {
+    return narrowed(on_both_halves(f, widened(x)...));
+}
+
+// A gather of doubles for lanes of floats.
+inline WideLanes gather(const double* table, Lanes<std::int32_t, 4> index) {
+    const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(reinterpret_cast<__m128i>(index)));
+    const auto high =
+        static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE)));
+    const auto both = [table](std::uint64_t two) -> Lanes<double, 2> {
+        return _mm_loadh_pd(_mm_load_sd(table + static_cast<std::uint32_t>(two)), table + (two >> 32));
+    };
+    return {both(low), both(high)};
+}
+
+// A formula for lanes on one number each.
+template <class F, class... R> auto in_all_lanes(F f, R... x) { return f(splat<Lanes<R, lane_width<R>>>(x)...)[0]; }
 
 // f(0), ..., f(n - 1) with constant arguments.
 template <int n, class F> void unroll(F f) {

@@ -7,18 +7,21 @@
 //
 //   lanes(x..., special)           the fast formula. Sets the sign bit of each lane of special that it can't handle
 //   lanes(x...)                    the same for a formula that can handle all
+//   outside(x...)                  of a scalar kernel: the lanes that its lanes(x...) is not for. Tested before, so
+//   that
+//                                  no flag is raised for them but by element
 //   shortcut(x, y, special)        results for some special lanes, which it takes out of the mask; tried before rare
 //   rare(x..., &y...)              one element, for the lanes that are special; returns the status, or nothing
 //   element(x..., &y...)           one element of a scalar kernel; returns the status, or nothing
 //   choose(walk)                   calls walk with the formula that this call needs
 //
-//   static constexpr int block             elements in a turn of the main loop, if not 4
+//   static constexpr int block             elements in a turn of the main loop, if not 4; at most 8 with strides
 //   static constexpr bool stride_loops     separate loops for input strides of 0, 1 and others, and output strides of 1
 //                                          and others
 //
 // A lane kernel has lanes, and rare unless no lane is special. A routine kernel has rare alone. A scalar kernel has
-// element, and goes one by one; OneByOne makes one of a lane kernel, which takes blocks without a special lane in
-// lanes.
+// element, and goes one by one; with lanes as well, which must give the same bits and flags as element, it takes blocks
+// without a special lane in them. OneByOne makes one of a lane kernel.
 //
 // Results. lanes returns the result lanes, or an array of two of them.
 #pragma once
@@ -32,10 +35,29 @@
 #include <concepts>
 #include <tuple>
 
+// A sanitizer's checks make a flattened function so large that it takes minutes to compile.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define NVO_FLATTEN
+#else
+#define NVO_FLATTEN [[gnu::flatten]]
+#endif
+
 namespace nvo {
 
 // A lane kernel walked as a scalar one: each element is stored before the next one is computed or reported.
 template <class K> struct OneByOne : K { static constexpr bool one_by_one = true; };
+
+// A lane kernel of two arguments as one of the first, with the same second one for all elements.
+template <class K> struct FixedSecond {
+    using Real = typename K::Real;
+    static constexpr Frame frame = K::frame;
+    Real b;
+
+    template <int N> auto lanes(Lanes<Real, N> a, LaneMask<Real, N>& special) const {
+        return K::template lanes<N>(a, splat<Lanes<Real, N>>(b), special);
+    }
+    std::int32_t rare(Real a, Real* y) const { return K::rare(a, b, y); }
+};
 
 // A vector as it comes into a kernel.
 template <class E> struct Vector {
@@ -112,6 +134,9 @@ template <class F> std::int32_t status_of(F f) {
     }
 }
 
+template <class Vectors> inline constexpr bool has_unit_strides = false;
+template <class... E> inline constexpr bool has_unit_strides<std::tuple<UnitVector<E>...>> = true;
+
 // A kernel at work on its vectors: Inputs and Outputs are tuples of the above.
 template <class K, class Inputs, class Outputs> struct Walk {
     using Real = typename K::Real;
@@ -125,10 +150,13 @@ template <class K, class Inputs, class Outputs> struct Walk {
     static constexpr bool has_rare = requires { &K::rare; };
     static constexpr bool has_element = requires { &K::element; };
     static constexpr bool is_scalar = has_element || requires { K::one_by_one; };
+    static constexpr bool has_outside = requires { &K::template outside<width>; };
     static constexpr bool has_lanes = requires { &K::template lanes<width>; };
+    static constexpr bool all_unit = has_unit_strides<Inputs> && has_unit_strides<Outputs>;
     static constexpr int block = [] {
-        if constexpr (requires { K::block; }) return K::block;
-        return 4;
+        int elements = 4;
+        if constexpr (requires { K::block; }) elements = K::block;
+        return all_unit || elements < 8 ? elements : 8;
     }();
 
     K kernel;
@@ -138,7 +166,7 @@ template <class K, class Inputs, class Outputs> struct Walk {
 
     // Flattened: all that a turn of a loop calls becomes part of the loop, but for the cold functions. The loop works
     // on a copy of its own, which no store into a vector can reach.
-    [[gnu::flatten]] void run(std::ptrdiff_t n) const { Walk(*this).loop(n); }
+    NVO_FLATTEN void run(std::ptrdiff_t n) const { Walk(*this).loop(n); }
 
 private:
     void loop(std::ptrdiff_t n) {
@@ -285,15 +313,23 @@ private:
 
     void scalar_block(std::ptrdiff_t i) {
         constexpr int registers = block / width;
+        std::array<Register, inputs> x[registers];
         Results y[registers];
-        Mask marks[registers] = {};
         unsigned special = 0;
         unroll<registers>([&](auto r) {
-            std::array<Register, inputs> x;
-            unroll<inputs>([&](auto k) { x[k] = std::get<k>(in).template lanes<Register>(i + r * width); });
-            y[r] = formula(x, marks[r]);
-            special |= lane_bits(marks[r]);
+            unroll<inputs>([&](auto k) { x[r][k] = std::get<k>(in).template lanes<Register>(i + r * width); });
+            if constexpr (has_outside) {
+                const auto outside = [&](auto... v) { return kernel.template outside<width>(v...); };
+                special |= lane_bits(std::apply(outside, x[r]));
+            }
         });
+        if (!has_outside || special == 0) {
+            unroll<registers>([&](auto r) {
+                Mask mark = {};
+                y[r] = formula(x[r], mark);
+                special |= lane_bits(mark);
+            });
+        }
         if (special != 0) [[unlikely]] {
             for (int lane = 0; lane < block; ++lane) scalar(i + lane);
             return;

@@ -3,6 +3,7 @@
 
 #include "frame/kernel.h"
 #include "frame/mode.h"
+#include "kernels/real/exp_routine.h"
 #include "tables/exp2_fraction.h"
 
 #include <cmath>
@@ -117,20 +118,8 @@ template <class R, class Row, int N> Lanes<R, N> exponential(Lanes<R, N> x) {
     return from_bits<R>(bits(y) + k);
 }
 
-// ---- Routines, in doubles for both types ----------------------------------------------------------------------------
+// ---- Bases of the routines ------------------------------------------------------------------------------------------
 
-// What the routines of a base share: x = n log_b(2) / 64 + r, and p(r) = b^r - 1.
-struct BaseE {
-    static constexpr double multiplier = 92.33248261689366;
-    static double remainder(double x, double n) { return (x + n * -0.010830424696223417) + n * -2.572804622327669e-14; }
-    static double p(double r) {
-        const double c =
-            (((0.0013888870459233254 * r + 0.008333341995140497) * r + 0.04166666666677052) * r + 0.1666666666665788) *
-                r +
-            0.5;
-        return c * (r * r) + r;
-    }
-};
 struct Base2 {
     static double p(double r) { return Exp2Lanes<double>::p(r); }
 };
@@ -147,70 +136,12 @@ struct Base10 {
     }
 };
 
-double power_of_two(int field) { return std::bit_cast<double>(static_cast<std::uint64_t>(field & 0x7FF) << 52); }
-
-// b^x = 2^k (hi + hi q), |q| small.
-struct Unscaled {
-    double hi, q;
-    int k;
-};
-template <class Base> Unscaled unscaled(double x) {
-    double shifter = 6755399441055744.0;
-    double t, r;
-    if constexpr (requires { Base::multiplier; }) {
-        t = x * Base::multiplier + shifter;
-        r = Base::remainder(x, t - shifter);
-    } else {
-        shifter = Exp2Lanes<double>::shifter;
-        t = x + shifter;
-        r = x - (t - shifter);
-    }
-    const auto low = static_cast<std::int32_t>(std::bit_cast<std::uint64_t>(t));
-    const double* entry = tables::exp2_fraction_64d_relative[low & 63];
-    return {entry[0], Base::p(r) + entry[1], low >> 6};
-}
-
-double scaled_normal(const Unscaled& u) {
-    const double y = u.hi + u.q * u.hi;
-    if (((u.k + 1023) & 0x7FF) >= 0x7FF) { // 2^1024 in two halves
-        const double half = y * 0x1p1023;
-        return half + half;
-    }
-    return y * power_of_two(u.k + 1023);
-}
-
-// A result that may be denormal, rounded once: the head is short enough to scale without rounding.
-double scaled_denormal(const Unscaled& unscaled) {
-    const int field = (unscaled.k + 1083) & 0x7FF;
-    const double s = power_of_two(field);
-    const double u = unscaled.hi * s;
-    const double v = unscaled.q * unscaled.hi * s;
-    const double w = u + v;
-    if (field <= 50) return w * 0x1p-60;
-    const double big = w * 6442450944.0; // 1.5 * 2^32
-    const double head = (w + big) - big;
-    return head * 0x1p-60 + 0x1p-60 * (v + (u - w) + (w - head));
-}
-
 // ---- Rows -----------------------------------------------------------------------------------------------------------
 
 // Thresholds of a routine, by the row's own type: overflow (infinity), zero (total underflow) and denormal.
-template <class R> struct ExpRow {
+template <class R> struct ExpRow : ExpRoutine<R> {
     using Real = R;
     using Row = ExpLanes<R>;
-    using Base = BaseE;
-    static constexpr bool is_float = sizeof(R) == 4;
-    static constexpr bool rounds_denormals_once = true;
-    static constexpr R overflow_above = is_float ? R(0x1.62e42ep6) : R(709.782712893384); // 0x42B17217
-    static constexpr R zero_below = is_float ? R(-0x1.9fe368p6) : R(-745.1332191019411);  // 0xC2CFF1B4
-    static constexpr R denormal_below = is_float ? R(-87.33654F) : R(-708.3964185322641);
-    static bool overflows(R x) { return x > overflow_above; }
-    static bool vanishes(R x) { return x < zero_below; }
-    static bool may_be_denormal(R x) { return x < denormal_below; }
-    static bool is_tiny(R x) {
-        if constexpr (is_float) return (std::bit_cast<std::uint32_t>(x) & 0x7FFFFFFF) < 0x25000001;
-        return std::abs(x) < 0x1p-52;
-    }
 };
 
 template <class R> struct Exp2Row {
@@ -248,18 +179,7 @@ template <class Row> struct Exponential {
         return exponential<R, typename Row::Row, N>(x);
     }
 
-    static std::int32_t rare(R x, R* y) {
-        constexpr R infinity = std::numeric_limits<R>::infinity();
-        if (x == -infinity) return *y = 0, ARK_STATUS_OK;
-        if (!(x < infinity)) return *y = x * x, ARK_STATUS_OK; // +infinity, NaN
-        if (Row::is_tiny(x)) return *y = 1 + x, ARK_STATUS_OK;
-        if (Row::overflows(x)) return *y = infinity, ARK_STATUS_OVERFLOW;
-        if (Row::vanishes(x)) return *y = 0, ARK_STATUS_UNDERFLOW;
-        const Unscaled u = unscaled<typename Row::Base>(x);
-        if (!Row::may_be_denormal(x)) return *y = static_cast<R>(scaled_normal(u)), ARK_STATUS_OK;
-        *y = static_cast<R>(Row::rounds_denormals_once ? scaled_denormal(u) : scaled_normal(u));
-        return ARK_STATUS_UNDERFLOW;
-    }
+    static std::int32_t rare(R x, R* y) { return exp_of_any<Row>(x, y); }
 };
 
 // Exp alone has a shortcut for a thread that wants no errors at all: its overflows and underflows need no routine.

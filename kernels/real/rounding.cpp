@@ -156,7 +156,7 @@ private:
         return away_from_zero(p) ? p.away() : p.toward_zero();
     }
     static bool away_below_one(const Parts<R>& p) {
-        constexpr auto half = p.one - (typename Parts<R>::Bits(1) << p.width);
+        constexpr auto half = Parts<R>::one - (typename Parts<R>::Bits(1) << Parts<R>::width);
         if constexpr (direction == Direction::nearest) return p.magnitude > half;
         return directed_away(p);
     }
@@ -209,7 +209,7 @@ template <class V> V truncated(V magnitude) {
 template <class R> struct StridedRow {
     using Real = R;
     static constexpr Frame frame = Frame::F2;
-    static constexpr int block = 8;
+    static constexpr int block = 32 / sizeof(R);
     static constexpr bool stride_loops = true;
 
     // The sign of x given back (a zero may have lost it), and x itself where it has no fraction.
@@ -253,7 +253,7 @@ template <class V> auto not_finite(V x) {
 template <class R> struct Frac {
     using Real = R;
     static constexpr Frame frame = Frame::F2;
-    static constexpr int block = 8;
+    static constexpr int block = 32 / sizeof(R);
     template <int N> static Lanes<R, N> lanes(Lanes<R, N> x, LaneMask<R, N>& special) {
         special = not_finite(x);
         const Lanes<R, N> a = magnitude(x);

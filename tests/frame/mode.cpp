@@ -24,7 +24,7 @@ Probed probe(const char* value) {
         unsetenv("NVO_ARK_MODE");
     }
     Probed probed;
-    const std::unique_ptr<FILE, int (*)(FILE*)> out(popen(NVO_MODE_PROBE, "r"), pclose);
+    const std::unique_ptr<FILE, int (*)(FILE*)> out(popen("'" NVO_MODE_PROBE "'", "r"), pclose);
     EXPECT_EQ(2, std::fscanf(out.get(), "%x %llx", &probed.mode, &probed.variable)) << NVO_MODE_PROBE;
     unsetenv("NVO_ARK_MODE");
     return probed;

@@ -8,6 +8,10 @@
 
 using namespace nvo::accuracy;
 
+namespace nvo::accuracy {
+void PrintTo(const Kernel& kernel, std::ostream* out) { *out << kernel.name; }
+} // namespace nvo::accuracy
+
 namespace {
 
 std::string advice(const Finding& f) {
@@ -64,40 +68,53 @@ TYPED_TEST_SUITE(Meter, Types);
 TYPED_TEST(Meter, CountsInUlpOfTheExactResult) {
     using T = TypeParam;
     using Limits = std::numeric_limits<T>;
-    const T ulp = Limits::epsilon();
-    const Task<T> abs = task_of<T>(kernel<T>("Abs"), Direction::nearest);
-    const auto error = [&](T a, T y) {
-        const VectorFunction<T> gives = [=](std::int32_t, const Arguments<T>&, const Results<T>& out) {
-            out[0][0] = y;
-        };
-        return try_out<T>(abs, gives, a, 0)[0].error;
+    const T ulp = Limits::epsilon(), tiny = Limits::denorm_min(), nan = Limits::quiet_NaN();
+    const T inf = Limits::infinity(), largest = Limits::max();
+    const struct {
+        T exact, result;
+        double error;
+    } cases[] = {
+        {1, 1 + ulp, 1},
+        {1, 1 - 3 * ulp / 2, 1.5},                // the ulp of 1, though the result is below it
+        {1, 1 - ulp / 2, std::nextafter(0.5, 1)}, // not the nearest
+        {2 - ulp, 2, 1},
+        {4 * tiny, tiny, 3},
+        {0, tiny, 1},
+        {largest, inf, 1}, // infinity counts as the next power of two
+        {0, -T(0), wrong_kind},
+        {1, nan, wrong_kind},
+        {nan, 1, wrong_kind},
+        {inf, largest, wrong_kind},
+        {nan, Limits::signaling_NaN(), 0},
     };
-    EXPECT_EQ(1, error(1, 1 + ulp));
-    EXPECT_EQ(1.5, error(1, 1 - 3 * ulp / 2)) << "the ulp of 1, though the result is below it";
-    EXPECT_EQ(std::nextafter(0.5, 1), error(1, 1 - ulp / 2)) << "not the nearest";
-    EXPECT_EQ(1, error(2 - ulp, 2));
-    EXPECT_EQ(3, error(4 * Limits::denorm_min(), Limits::denorm_min()));
-    EXPECT_EQ(1, error(0, Limits::denorm_min()));
-    EXPECT_EQ(1, error(Limits::max(), Limits::infinity())) << "infinity counts as the next power of two";
-    EXPECT_TRUE(std::isinf(error(0, -T(0))));
-    EXPECT_TRUE(std::isinf(error(1, Limits::quiet_NaN())));
-    EXPECT_TRUE(std::isinf(error(Limits::quiet_NaN(), 1)));
-    EXPECT_TRUE(std::isinf(error(Limits::infinity(), Limits::max())));
-    EXPECT_EQ(0, error(Limits::quiet_NaN(), Limits::signaling_NaN()));
+    const Task<T> abs = task_of<T>(kernel<T>("Abs"), Direction::nearest);
+    for (const auto& c : cases) {
+        const VectorFunction<T> gives = [&](std::int32_t, const Arguments<T>&, const Results<T>& out) {
+            out[0][0] = c.result;
+        };
+        EXPECT_EQ(c.error, try_out<T>(abs, gives, c.exact, 0)[0].error) << c.result << " in place of " << c.exact;
+    }
 }
 
 TYPED_TEST(Meter, SeesOneFaultyKindOfArgument) {
     using T = TypeParam;
     using Limits = std::numeric_limits<T>;
-    EXPECT_LE(worst_of<T>("Sqrt", [](T a, T) { return std::sqrt(a); }).error, 0.5);
-    EXPECT_TRUE(std::isinf(worst_of<T>("Sqrt", [](T a, T) { return a == 0 ? T(0) : std::sqrt(a); }).error)) << "-0";
-    EXPECT_TRUE(std::isinf(worst_of<T>("Sqrt", [](T a, T) { return a < 0 ? T(0) : std::sqrt(a); }).error));
     const auto flushed = [](T y) { return std::fabs(y) < Limits::min() ? y * 0 : y; };
-    EXPECT_GT(worst_of<T>("Inv", [&](T a, T) { return flushed(1 / a); }).error, 1000);
-    EXPECT_GT(worst_of<T>("Mul", [&](T a, T b) { return flushed(a * b); }).error, 1000);
     const auto saturated = [](T y) { return std::isinf(y) ? std::copysign(Limits::max(), y) : y; };
-    EXPECT_GT(worst_of<T>("Inv", [&](T a, T) { return saturated(1 / a); }).error, 1000);
-    EXPECT_GT(worst_of<T>("Div", [](T a, T b) { return a * (1 / b); }).error, 1);
+    const struct {
+        const char* operation;
+        std::function<T(T, T)> faulty;
+        double above;
+    } cases[] = {
+        {"Sqrt", [](T a, T) { return a == 0 ? T(0) : std::sqrt(a); }, 1e300}, // the sign of -0
+        {"Sqrt", [](T a, T) { return a < 0 ? T(0) : std::sqrt(a); }, 1e300},
+        {"Inv", [&](T a, T) { return flushed(1 / a); }, 1000},
+        {"Mul", [&](T a, T b) { return flushed(a * b); }, 1000},
+        {"Inv", [&](T a, T) { return saturated(1 / a); }, 1000},
+        {"Div", [](T a, T b) { return a * (1 / b); }, 1},
+    };
+    for (const auto& c : cases) EXPECT_GT(worst_of<T>(c.operation, c.faulty).error, c.above) << &c - cases;
+    EXPECT_LE(worst_of<T>("Sqrt", [](T a, T) { return std::sqrt(a); }).error, 0.5);
 }
 
 // A tie that goes the wrong way is as near as the right one.

@@ -6,6 +6,7 @@
 #include "tests/support/elf_symbols.h"
 
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <type_traits>
 #include <unordered_set>
@@ -27,6 +28,9 @@ struct Row {
     bool two_outputs() const { return cls == ArgClass::S; }
     std::string high_accuracy_kernel() const { return std::string("nvo_ark_kernel_") + name + "_E2HAynn"; }
 };
+
+// How a failed test shows a row.
+inline void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 
 inline const std::vector<Row>& all_rows() {
 #define NVO_TEXT(x) #x

@@ -43,9 +43,17 @@ std::optional<double> number(const std::string& text) {
     return x;
 }
 
+// The kernels of a row or of an operation.
+std::vector<Kernel> kernels_called(const std::string& name) {
+    std::vector<Kernel> found;
+    for (const Kernel& kernel : written_kernels())
+        if (kernel.name == name || kernel.row.op == name) found.push_back(kernel);
+    if (found.empty()) throw std::invalid_argument("no row that is written is called " + name);
+    return found;
+}
+
 Request parse(int count, char** words) {
     Request request;
-    bool named = false;
     for (int i = 1; i < count; ++i) {
         const std::string word = words[i];
         if (word == "--help") {
@@ -59,19 +67,13 @@ Request parse(int count, char** words) {
         } else if (const auto x = number(word)) {
             request.arguments.push_back(*x);
         } else {
-            named = true;
-            bool known = false;
-            for (const Kernel& kernel : written_kernels()) {
-                if (kernel.name != word && kernel.row.op != word) continue;
-                request.kernels.push_back(kernel);
-                known = true;
-            }
-            if (!known) throw std::invalid_argument("no row that is written is called " + word);
+            for (const Kernel& kernel : kernels_called(word)) request.kernels.push_back(kernel);
         }
     }
-    if (!named) request.kernels = written_kernels();
+    const bool named = !request.kernels.empty();
     if (request.plot && (!named || !request.arguments.empty())) throw std::invalid_argument("--plot takes a row");
     if (!request.arguments.empty() && !named) throw std::invalid_argument("arguments of which row?");
+    if (!named) request.kernels = written_kernels();
     return request;
 }
 

@@ -11,6 +11,12 @@ namespace {
 inline double exp10_of(double a) { return ::exp10(a); }
 inline long double exp10_of(long double a) { return ::exp10l(a); }
 
+template <class W> W powr_of(W a, W b) {
+    const bool is_nan =
+        !(a >= 0) || std::isnan(b) || (b == 0 && (a == 0 || std::isinf(a))) || (a == 1 && std::isinf(b));
+    return is_nan ? std::numeric_limits<W>::quiet_NaN() : std::pow(std::fabs(a), b);
+}
+
 template <class W> W fraction(W a) {
     W whole;
     return std::modf(a, &whole);

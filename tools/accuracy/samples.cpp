@@ -166,43 +166,52 @@ private:
         }
     }
 
+    // Of moderate size, or so near 1 that exponents up to 2^digits and beyond have powers that are no infinity.
+    T base_of_powers() { return coin() ? std::fabs(in_binade(between(-8, 8))) : 1 + in_binade(between(-digits, -2)); }
+
+    struct Pair {
+        T a, b;
+    };
+    void put(Pair p) { // called with braces, so that random numbers are drawn from left to right
+        samples_.values[0].push_back(p.a);
+        samples_.values[1].push_back(p.b);
+    }
+    void put_around(T a, T b, int reach) {
+        for (int i = -reach; i <= reach; ++i)
+            for (int k = -reach; k <= reach; ++k) put({neighbour(a, i), neighbour(b, k)});
+    }
+
     void pairs() {
-        const auto put = [&](T a, T b) {
-            samples_.values[0].push_back(a);
-            samples_.values[1].push_back(b);
-        };
         for (const T a : specials())
-            for (const T b : specials()) put(a, b);
-        walk(count(1 << 19), [&](T a) { put(a, any()); });
+            for (const T b : specials()) put({a, b});
+        walk(count(1 << 19), [&](T a) { put({a, any()}); });
         // Exponents that meet: sums of all shapes.
-        walk(count(1 << 18), [&](T a) { put(a, in_binade(exponent_of(a) + between(-digits - 3, digits + 3))); });
+        walk(count(1 << 18), [&](T a) { put({a, in_binade(exponent_of(a) + between(-digits - 3, digits + 3))}); });
         walk(count(1 << 17), [&](T a) { // nearly equal, nearly opposite
             const T b = neighbour(a, between(-8, 8));
-            put(a, coin() ? b : -b);
+            put({a, coin() ? b : -b});
         });
         // Products, quotients and powers at the ends of the range.
         for (int i = 0; i < count(1 << 17); ++i) {
             const int e = limit();
             const int ea = between(smallest, highest);
-            put(in_binade(ea), in_binade(e - ea));
-            put(in_binade(ea), in_binade(ea - e));
-            const T base = std::fabs(in_binade(between(-8, 8)));
-            put(base, static_cast<T>((e + unit()) / std::log2(static_cast<double>(base))));
+            put({in_binade(ea), in_binade(e - ea)});
+            put({in_binade(ea), in_binade(ea - e)});
+            const T base = base_of_powers();
+            put({base, static_cast<T>((e + unit()) / std::log2(static_cast<double>(base)))});
+            put({in_binade(between(-8, 8)), static_cast<T>(between(-64, 64))}); // negative bases have powers here
         }
-        for (const HardCase& hard : plan_.hard)
-            for (int i = -2; i <= 2; ++i)
-                for (int k = -2; k <= 2; ++k)
-                    put(neighbour(static_cast<T>(hard.a), i), neighbour(static_cast<T>(hard.b), k));
-        for (const Interval& interval : plan_.intervals) {
-            const auto [lo, hi] = ends(interval);
-            for (const T a : {lo, hi})
-                for (const T b : {lo, hi})
-                    for (int i = -8; i <= 8; ++i)
-                        for (int k = -8; k <= 8; ++k) put(neighbour(a, i), neighbour(b, k));
-            for (int i = 0; i < count(1 << 17); ++i) {
-                put(uniform(lo, hi), uniform(lo, hi));
-                put(between_patterns(lo, hi), between_patterns(lo, hi));
-            }
+        for (const HardCase& hard : plan_.hard) put_around(static_cast<T>(hard.a), static_cast<T>(hard.b), 2);
+        for (const Interval& interval : plan_.intervals) pairs_in(interval);
+    }
+
+    void pairs_in(const Interval& interval) {
+        const auto [lo, hi] = ends(interval);
+        for (const T a : {lo, hi})
+            for (const T b : {lo, hi}) put_around(a, b, 8);
+        for (int i = 0; i < count(1 << 17); ++i) {
+            put({uniform(lo, hi), uniform(lo, hi)});
+            put({between_patterns(lo, hi), between_patterns(lo, hi)});
         }
     }
 
@@ -216,7 +225,7 @@ private:
             }
         for (const HardCase& hard : plan_.hard) second.push_back(static_cast<T>(hard.b));
         const int random_ones = count(64);
-        for (int i = 0; i < random_ones; ++i) second.push_back(in_binade(between(-4, 12)));
+        for (int i = 0; i < random_ones; ++i) second.push_back(in_binade(between(-4, i % 2 == 0 ? 12 : digits + 10)));
         if (plan_.density < 1) { // an even part of them, specials first
             const int keep = std::max<int>(16, static_cast<int>(plan_.density * static_cast<double>(second.size())));
             const std::size_t step = std::max<std::size_t>(1, second.size() / static_cast<std::size_t>(keep));
