@@ -61,27 +61,32 @@ template <class V> V with_sign(V x, V s) { return from_bits<LaneType<V>>(bits(x)
 // two doubles compare as their upper words do, but for ties. For floats it is the whole word.
 template <class V> auto upper_words(V x) { return reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(x); }
 
-// Lanes whose upper word, plus a constant, is above a limit, signed. Only the sign bits of the result count. Taken as
-// ~sum < ~limit: g++ 12 makes one instruction of a comparison for less than a constant, and three of one for more.
+// Lanes whose upper word, plus a constant, is above a limit, signed. Only the sign bits of the result count. g++ 12
+// makes three instructions of a comparison with a constant where it makes one of a comparison with a variable.
 template <class V> auto upper_word_above(V x, std::uint32_t plus, std::int32_t limit) {
-    const auto not_sum = ~plus - reinterpret_cast<Lanes<std::uint32_t, sizeof(V) / 4>>(x);
-    const auto above = reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(not_sum) < ~limit;
+    const auto sum = reinterpret_cast<Lanes<std::uint32_t, sizeof(V) / 4>>(x) + plus;
+    auto limits = splat<Lanes<std::int32_t, sizeof(V) / 4>>(limit);
+    asm("" : "+x"(limits)); // now a variable
+    const auto above = reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(sum) > limits;
     return reinterpret_cast<LaneMask<LaneType<V>, lane_count<V>>>(above);
 }
 
-// Lanes whose bits are not from those of first up to those of end, as unsigned integers, by the upper word: for numbers
-// of one sign, not from first up to end in magnitude. NaNs are not, and no flag is raised. The lower words of first and
-// end are zero. Only the sign bits of the result count.
+// Lanes whose bits are from those of first up to those of end, as unsigned integers, by the upper word: for numbers of
+// one sign, from first up to end in magnitude. NaNs are not, and no flag is raised. The lower words of first and end
+// are zero. Only the sign bits of the result count.
+template <class R> constexpr std::uint32_t upper_word(R x) {
+    return static_cast<std::uint32_t>(std::bit_cast<std::make_unsigned_t<Word<R>>>(x) >> (8 * sizeof x - 32));
+}
+template <class V> auto between(V x, LaneType<V> first, LaneType<V> end) {
+    const std::uint32_t plus = 0x80000000U - upper_word(end); // the last pattern goes to the largest signed integer
+    return upper_word_above(x, plus, static_cast<std::int32_t>(upper_word(first) + plus - 1));
+}
+// The others.
 template <class V> auto not_between(V x, LaneType<V> first, LaneType<V> end) {
-    const auto word = [](LaneType<V> limit) {
-        return static_cast<std::uint32_t>(std::bit_cast<std::make_unsigned_t<Word<LaneType<V>>>>(limit) >>
-                                          (8 * sizeof limit - 32));
-    };
-    // The last pattern goes to the largest signed integer.
-    const std::uint32_t plus = 0x80000000U - word(end);
+    const std::uint32_t plus = 0x80000000U - upper_word(end);
     const auto sum = reinterpret_cast<Lanes<std::uint32_t, sizeof(V) / 4>>(x) + plus;
     const auto below =
-        reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(sum) < static_cast<std::int32_t>(word(first) + plus);
+        reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(sum) < static_cast<std::int32_t>(upper_word(first) + plus);
     return reinterpret_cast<LaneMask<LaneType<V>, lane_count<V>>>(below);
 }
 
@@ -92,15 +97,22 @@ inline Lanes<std::int64_t, 2> spread_upper_words(Lanes<std::int64_t, 2> lanes) {
 }
 
 // Bit i is the sign bit of lane i.
-inline unsigned lane_bits(Lanes<std::int32_t, 4> mask) {
-    return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(mask)));
-}
-inline unsigned lane_bits(Lanes<std::int64_t, 2> mask) {
-    return static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(mask)));
+template <class M> unsigned lane_bits(M mask) {
+    if constexpr (sizeof(LaneType<M>) == 4) {
+        return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(mask)));
+    } else {
+        return static_cast<unsigned>(_mm_movemask_pd(reinterpret_cast<__m128d>(mask)));
+    }
 }
 
 inline Lanes<float, 4> square_root(Lanes<float, 4> x) { return _mm_sqrt_ps(x); }
 inline Lanes<double, 2> square_root(Lanes<double, 2> x) { return _mm_sqrt_pd(x); }
+
+// a where a > b, else b; a where a < b, else b.
+inline Lanes<float, 4> larger(Lanes<float, 4> a, Lanes<float, 4> b) { return _mm_max_ps(a, b); }
+inline Lanes<double, 2> larger(Lanes<double, 2> a, Lanes<double, 2> b) { return _mm_max_pd(a, b); }
+inline Lanes<float, 4> smaller(Lanes<float, 4> a, Lanes<float, 4> b) { return _mm_min_ps(a, b); }
+inline Lanes<double, 2> smaller(Lanes<double, 2> a, Lanes<double, 2> b) { return _mm_min_pd(a, b); }
 
 // A gather from a table of pairs, by the lanes of an index: hi and lo. Index lanes must be in the table. The upper half
 // of a register is fetched by a shuffle of its own, not by a move that merges into a register: that would make each
@@ -127,15 +139,6 @@ inline LanePair<Lanes<double, 2>> gather(const double (*table)[2], Lanes<std::in
 }
 
 // A gather of single numbers.
-inline Lanes<float, 4> gather(const float* table, Lanes<std::int32_t, 4> index) {
-    const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(reinterpret_cast<__m128i>(index)));
-    const auto high =
-        static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE)));
-    const auto both = [table](std::uint64_t two) {
-        return _mm_unpacklo_ps(_mm_load_ss(table + static_cast<std::uint32_t>(two)), _mm_load_ss(table + (two >> 32)));
-    };
-    return _mm_movelh_ps(both(low), both(high));
-}
 inline Lanes<double, 2> gather(const double* table, Lanes<std::int64_t, 2> index) {
     const auto low = _mm_cvtsi128_si64(reinterpret_cast<__m128i>(index));
     const auto high = _mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE));
@@ -146,6 +149,24 @@ inline Lanes<double, 2> gather(const float* table, Lanes<std::int64_t, 2> index)
     const auto low = _mm_cvtsi128_si64(reinterpret_cast<__m128i>(index));
     const auto high = _mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE));
     return _mm_cvtps_pd(_mm_unpacklo_ps(_mm_load_ss(table + low), _mm_load_ss(table + high)));
+}
+
+// A gather from a table of rows of three, which are padded to four and aligned to 16 bytes.
+template <class V> struct LaneTriple { V first, second, third; };
+inline LaneTriple<Lanes<float, 4>> gather(const float (*table)[4], Lanes<std::int32_t, 4> index) {
+    const auto low = static_cast<std::uint64_t>(_mm_cvtsi128_si64(reinterpret_cast<__m128i>(index)));
+    const auto high =
+        static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE)));
+    const auto row = [table](std::uint64_t j) { return _mm_load_ps(table[static_cast<std::uint32_t>(j)]); };
+    const __m128 a = row(low), b = row(low >> 32), c = row(high), d = row(high >> 32);
+    const __m128 ab = _mm_unpacklo_ps(a, b), cd = _mm_unpacklo_ps(c, d);
+    return {_mm_movelh_ps(ab, cd), _mm_movehl_ps(cd, ab), _mm_movelh_ps(_mm_unpackhi_ps(a, b), _mm_unpackhi_ps(c, d))};
+}
+inline LaneTriple<Lanes<double, 2>> gather(const double (*table)[4], Lanes<std::int64_t, 2> index) {
+    const auto low = _mm_cvtsi128_si64(reinterpret_cast<__m128i>(index));
+    const auto high = _mm_cvtsi128_si64(_mm_shuffle_epi32(reinterpret_cast<__m128i>(index), 0xEE));
+    const __m128d a = _mm_load_pd(table[low]), b = _mm_load_pd(table[high]);
+    return {_mm_unpacklo_pd(a, b), _mm_unpackhi_pd(a, b), _mm_loadh_pd(_mm_load_sd(table[low] + 2), table[high] + 2)};
 }
 
 // Integer lanes times a constant; both are from 0 to 0x7FFF.
@@ -177,9 +198,13 @@ inline Lanes<std::int32_t, 4> upper_words(WideLanes x) {
 
 template <class F, class... Wide> WideLanes on_both_halves(F f, Wide... x) { return {f(x.lower...), f(x.upper...)}; }
 
-// f in doubles on lanes of floats, rounded to floats.
-template <class F, class... V> Lanes<float, 4> in_doubles(F f, V... x) {
-    return narrowed(on_both_halves(f, widened(x)...));
+// f in doubles on lanes of floats, rounded to floats; on lanes of doubles as they are.
+template <class F, class... V> auto in_doubles(F f, V... x) {
+    if constexpr ((std::is_same_v<V, Lanes<double, 2>> && ...)) {
+        return f(x...);
+    } else {
+        return narrowed(on_both_halves(f, widened(x)...));
+    }
 }
 
 // A gather of doubles for lanes of floats.

@@ -150,7 +150,7 @@ template <class K, class Inputs, class Outputs> struct Walk {
     static constexpr bool has_rare = requires { &K::rare; };
     static constexpr bool has_element = requires { &K::element; };
     static constexpr bool is_scalar = has_element || requires { K::one_by_one; };
-    static constexpr bool has_outside = requires { &K::template outside<width>; };
+    static constexpr bool has_inside = requires { &K::template inside<width>; };
     static constexpr bool has_lanes = requires { &K::template lanes<width>; };
     static constexpr bool all_unit = has_unit_strides<Inputs> && has_unit_strides<Outputs>;
     static constexpr int block = [] {
@@ -318,12 +318,12 @@ private:
         unsigned special = 0;
         unroll<registers>([&](auto r) {
             unroll<inputs>([&](auto k) { x[r][k] = std::get<k>(in).template lanes<Register>(i + r * width); });
-            if constexpr (has_outside) {
-                const auto outside = [&](auto... v) { return kernel.template outside<width>(v...); };
-                special |= lane_bits(std::apply(outside, x[r]));
+            if constexpr (has_inside) {
+                const auto inside = [&](auto... v) { return kernel.template inside<width>(v...); };
+                special |= lane_bits(std::apply(inside, x[r])) ^ ((1U << width) - 1);
             }
         });
-        if (!has_outside || special == 0) {
+        if (!has_inside || special == 0) {
             unroll<registers>([&](auto r) {
                 Mask mark = {};
                 y[r] = formula(x[r], mark);

@@ -7,19 +7,14 @@
 
 #include "tables/cbrt.h"
 #include "frame/kernel.h"
+#include "kernels/real/series.h"
 
+#include <algorithm>
 #include <cmath>
 
 using namespace nvo;
 
 namespace {
-
-// d c[0] + d^2 c[1] + ...
-template <class V, std::size_t terms> V series(V d, const LaneType<V> (&c)[terms]) {
-    V p = splat<V>(c[terms - 1]);
-    unroll<terms - 1>([&](auto i) { p = c[terms - 2 - i] + d * p; });
-    return d * p;
-}
 
 // e third >> shift is e / 3, rounded down, for all exponent fields e.
 template <class R> struct Format;
@@ -86,44 +81,48 @@ template <class R> struct CbrtRow;
 template <> struct CbrtRow<float> {
     static constexpr int power = 1;
     static constexpr auto& table = tables::cbrt_s;
-    static constexpr auto& reciprocals = tables::minus_reciprocal_32s;
-    static constexpr float p[] = {0.3333333432674408F, -0.1111111119389534F, 0.06172839552164078F,
-                                  -0.041152264922857285F};
+    template <class V> static V p(V d) {
+        return d * (0.3333333432674408F +
+                    d * (-0.1111111119389534F + d * (0.06172839552164078F + d * -0.041152264922857285F)));
+    }
 };
 template <> struct CbrtRow<double> {
     static constexpr int power = 1;
     static constexpr auto& table = tables::cbrt_d;
-    static constexpr auto& reciprocals = tables::minus_reciprocal_32d;
-    static constexpr double p[] = {0.3333333333333333,   -0.1111111111111111, 0.06172839506172839,
-                                   -0.0411522633744856,  0.03017832647462277, -0.023472031702484377,
-                                   0.019001168521058782, -0.01583430710088232};
+    template <class V> static V p(V d) {
+        constexpr double c[] = {0.3333333333333333,  -0.1111111111111111,   0.06172839506172839,  -0.0411522633744856,
+                                0.03017832647462277, -0.023472031702484377, 0.019001168521058782, -0.01583430710088232};
+        return series(d, c);
+    }
 };
 
 template <class R> struct InvCbrtRow;
 template <> struct InvCbrtRow<float> {
     static constexpr int power = -1;
     static constexpr auto& table = tables::inv_cbrt_s;
-    static constexpr auto& reciprocals = tables::minus_reciprocal_32s;
-    static constexpr float p[] = {-0.3333333432674408F, 0.2222222238779068F, -0.17283950746059418F,
-                                  0.14403292536735535F};
+    template <class V> static V p(V d) {
+        return d * (-0.3333333432674408F +
+                    d * (0.2222222238779068F + d * (-0.17283950746059418F + d * 0.14403292536735535F)));
+    }
 };
 template <> struct InvCbrtRow<double> {
     static constexpr int power = -1;
     static constexpr auto& table = tables::inv_cbrt_d;
-    static constexpr auto& reciprocals = tables::minus_reciprocal_32d;
-    static constexpr double p[] = {-0.3333333333333333, 0.2222222222222222,  -0.17283950617283947, 0.14403292181124233,
-                                   -0.1248285322371294, 0.11095868731815177, -0.10039118855487097, 0.0920689676517955,
-                                   -0.08525784378385946}; // the last: tools/fit/inv_cbrt.sollya
+    template <class V> static V p(V d) {
+        constexpr double c[] = {-0.3333333333333333, 0.2222222222222222,  -0.17283950617283947, 0.14403292181124233,
+                                -0.1248285322371294, 0.11095868731815177, -0.10039118855487097, 0.0920689676517955,
+                                -0.08525784378385946}; // the last: tools/fit/inv_cbrt.sollya
+        return series(d, c);
+    }
 };
 
+// A row of the tables: hi, lo and the reciprocal.
 template <class R, class Row, int N> Lanes<R, N> cube_root(Lanes<R, N> x) {
     const Reduced<R, N> a(x);
-    const auto d = (a.m - a.c) * gather(Row::reciprocals, a.row & 31);
-    const auto entry = gather(Row::table, a.row);
-    const auto p = series(d, Row::p);
-    const auto power = with_sign(a.template scale<Row::power>(), x);
-    const auto hi = entry.hi * power;
-    return hi + (entry.lo * power + hi * p);
+    const auto [hi, lo, reciprocal] = gather(Row::table, a.row);
+    const auto p = Row::p((a.m - a.c) * reciprocal);
+    const auto s = with_sign(a.template scale<Row::power>(), x);
+    return hi * s + (lo * s + hi * s * p);
 }
 
 template <class R> struct Cbrt {
@@ -163,21 +162,18 @@ template <class R> struct InvCbrt {
 
 // ---- Pow2o3 ---------------------------------------------------------------------------------------------------------
 
-// In doubles for both types: floats need 5 terms of the series, doubles 12.
+// x^(2/3) of doubles. For floats, 5 terms of the series are enough.
 template <int terms, int N> Lanes<double, N> square_of_cube_root(Lanes<double, N> x) {
     constexpr double all[] = {0.6666666666666666,  0.5555555555555556,  0.49382716049382713, 0.45267489711934156,
                               0.4224965706447188,  0.39902453894223444, 0.3800233704211756,  0.3641890633202933,
                               0.35070057949361577, 0.3390105601771619,  0.3287375128990661,  0.3196059153185365};
-    const auto first = [&]<int... i>(std::integer_sequence<int, i...>, auto t) {
-        const double c[] = {all[i]...};
-        return series(t, c);
-    };
     const Reduced<double, N> a(x);
-    const auto p = first(std::make_integer_sequence<int, terms>{}, (a.m - a.c) / a.m);
-    const auto entry = gather(tables::cbrt_squared_d, a.row);
-    const auto power = a.template scale<2>();
-    const auto hi = entry.hi * power;
-    return hi + (entry.lo * power + hi * p);
+    double c[terms];
+    std::copy_n(all, terms, c);
+    const auto p = series((a.m - a.c) / a.m, c);
+    const auto [hi, lo] = gather(tables::cbrt_squared_d, a.row);
+    const auto s = a.template scale<2>();
+    return hi * s + (lo * s + hi * s * p);
 }
 
 template <class R, Frame f> struct Pow2o3 {
@@ -185,11 +181,7 @@ template <class R, Frame f> struct Pow2o3 {
     static constexpr Frame frame = f;
 
     template <int N> static Lanes<R, N> formula(Lanes<R, N> x) {
-        if constexpr (sizeof(R) == 4) {
-            return in_doubles(square_of_cube_root<5, N / 2>, x);
-        } else {
-            return square_of_cube_root<12, N>(x);
-        }
+        return in_doubles(square_of_cube_root < sizeof(R) == 4 ? 5 : 12, lane_width < double >>, x);
     }
     template <int N> static Lanes<R, N> lanes(Lanes<R, N> x, LaneMask<R, N>& special) {
         special = Reduced<R, N>::special(x);

@@ -113,9 +113,10 @@ template <class R, class Row, int N> Lanes<R, N> exponential(Lanes<R, N> x) {
     const V p = Row::p(r);
     const auto entry = gather(Row::table, bits(t) & (entries - 1));
     const V y = entry.hi + (entry.hi * p + entry.lo);
-    const auto exponent_field = ~((Word<R>(1) << significand) - 1);
-    const auto k = (bits(t) << (significand - log2_entries)) & exponent_field;
-    return from_bits<R>(bits(y) + k);
+    // In unsigned words: special lanes may wrap.
+    constexpr auto exponent_field = ~((std::make_unsigned_t<Word<R>>(1) << significand) - 1);
+    const auto k = (words(t) << (significand - log2_entries)) & exponent_field;
+    return from_bits<R>(words(y) + k);
 }
 
 // ---- Bases of the routines ------------------------------------------------------------------------------------------

@@ -28,17 +28,18 @@ template <class R> constexpr R infinity = std::numeric_limits<R>::infinity();
 template <class R> constexpr R shifter = R(1.5) / std::numeric_limits<R>::epsilon(); // 1.5 * 2^23, 1.5 * 2^52
 
 // Numbers are told apart by their upper words: that raises no flag.
-constexpr std::uint32_t upper_word(double x) { return std::bit_cast<std::uint64_t>(x) >> 32; }
 constexpr double with_upper_word(std::uint64_t word) { return std::bit_cast<double>(word << 32); }
 
 // ---- Unit stride
-// -----------------------------------------------------------------------------------------------------
+// ------------------------------------------------------------------------------------------------------
 
 constexpr double tiny_below = 0x1p-57;                           // upper word up to 0x3C5FFFFF: x itself
 constexpr double series_below = 0x1p-8;                          // up to 0x3F6FFFFF
 constexpr double one_in_tail_from = with_upper_word(0x4042388E); // about 36.44; for x < 0 it makes no difference
 constexpr double without_one_from = with_upper_word(0x404419ED); // about 40.20
-constexpr double huge_from = with_upper_word(0x4055A92D);        // about 86.64, of either sign
+// From about 86.64 on, of either sign, 2^k takes two factors and the 1 can't be seen. One factor will do for doubles up
+// to k = 1023.
+template <class R> constexpr double huge_from = with_upper_word(sizeof(R) == 4 ? 0x4055A92D : 0x40862B00);
 
 // e^r - 1 - r for small |r|.
 template <class V> V exp_rest(V r) {
@@ -75,13 +76,13 @@ template <class V> V exp_minus_one(V x) {
     const V tail = e.tail * power;
     const V one = splat<V>(1.0);
     const V from_head = x < one_in_tail_from ? one : V{};
-    const V from_tail = x < without_one_from ? one - from_head : V{};
+    const V from_tail = (x < without_one_from ? one : V{}) - from_head;
     const V sum = head - from_head;
     const V error = head - (sum + from_head);
     return sum + ((tail - from_tail) + error);
 }
 
-// |x| from huge_from, infinities and NaN.
+// |x| from huge_from<R>, infinities and NaN.
 template <class R> std::int32_t huge(double x, R* y) {
     constexpr double range = 709.782712893384; // the other end, -38.816242111356935, is passed
     constexpr double sc2 = 0x1p512;            // 2^k in two factors: k may be 1024
@@ -104,14 +105,15 @@ template <class R> struct Expm1 {
     using Real = R;
     static constexpr Frame frame = Frame::F3;
 
-    template <int N> static auto outside(Lanes<R, N> x) {
-        return not_between(magnitude(x), R(tiny_below), R(huge_from));
-    }
+    template <int N> static auto inside(Lanes<R, N> x) { return between(magnitude(x), R(tiny_below), R(huge_from<R>)); }
 
-    // tiny_below <= |x| < huge_from
+    // tiny_below <= |x| < huge_from<R>
     template <int N> static Lanes<R, N> lanes(Lanes<R, N> x) {
+        using V = Lanes<R, N>;
         const auto small = magnitude(x) < R(series_below);
-        auto y = in_doubles([](auto v) { return exp_minus_one(v); }, x);
+        // From -90 down the result is -1, and inexact, all the same. Only doubles get there.
+        const V z = sizeof(R) == 4 ? x : larger(x, splat<V>(-90));
+        V y = in_doubles([](auto v) { return exp_minus_one(v); }, z);
         if (lane_bits(small) != 0) y = small ? in_doubles([](auto v) { return v + exp_rest(v); }, x) : y;
         return y;
     }
@@ -119,14 +121,14 @@ template <class R> struct Expm1 {
     static std::int32_t element(R a, R* y) {
         const double x = a;
         const std::uint32_t word = upper_word(x) & 0x7FFFFFFF;
-        if (word >= upper_word(huge_from)) return huge(x, y);
+        if (word >= upper_word(huge_from<R>)) return huge(x, y);
         if (word < upper_word(tiny_below)) return *y = a, ARK_STATUS_OK;
         return *y = in_all_lanes([](auto v) { return lanes<lane_width<R>>(v); }, a), ARK_STATUS_OK;
     }
 };
 
 // ---- Strided
-// ---------------------------------------------------------------------------------------------------------
+// ----------------------------------------------------------------------------------------------------------
 
 // t = x multiplier + shifter, with n in its low bits; r = (x - n c1) - n c2; n c1 is exact.
 //   rest   e^r - 1 - r
@@ -168,8 +170,7 @@ template <class R> struct Expm1Strided {
         special = upper_word_above(magnitude(a), 0, Row::special_above);
 
         // From -40 down the result is -1, and nothing needs to underflow.
-        const V lowest = splat<V>(-40);
-        const V x = a > lowest ? a : lowest;
+        const V x = larger(a, splat<V>(-40));
         const V t = x * Row::multiplier + shifter<R>;
         const V n = t - shifter<R>;
         const V nearly = x - n * Row::c1;

@@ -23,11 +23,10 @@ namespace {
 template <class R> constexpr R infinity = std::numeric_limits<R>::infinity();
 template <class R> constexpr R quiet_nan = std::numeric_limits<R>::quiet_NaN();
 
-constexpr std::uint32_t upper_word(double x) { return std::bit_cast<std::uint64_t>(x) >> 32; }
 constexpr double with_upper_word(std::uint64_t word) { return std::bit_cast<double>(word << 32); }
 
 // ---- Unit stride
-// -----------------------------------------------------------------------------------------------------
+// ------------------------------------------------------------------------------------------------------
 
 constexpr double tiny_below = 0x1p-57;                       // upper word up to 0x3C5FFFFF: x itself
 constexpr double cubic_below = 0x1p-13;                      // up to 0x3F1FFFFF
@@ -35,25 +34,29 @@ constexpr double short_series_below = 0x1p-6;                // up to 0x3F8FFFFF
 constexpr double series_below = with_upper_word(0x3FB24000); // about 0.0713
 constexpr double alone_from = 0x1p55;                        // from upper word 0x43600000 on 1 + x is x
 
-// ln(1 + x), s = 1 + x. If x was a float, s is exact, or so large that what is lost can't be seen.
-template <class R, class V> V log_of_sum(V s, V x) {
+// ln(s + c), |c| at most about ulp(s). For floats there is no c: 1 + x is exact in doubles up to 2^52, and what it
+// loses beyond can't be seen.
+template <class R, class V> V log_of_sum(V s, [[maybe_unused]] V c) {
     [[maybe_unused]] constexpr std::int64_t exponent_bits = 0x7FF0000000000000;
     constexpr std::int64_t fraction_bits = 0x000FFFFFFFFFFFFF;
     const V m = from_bits<double>((bits(s) & fraction_bits) | std::bit_cast<std::int64_t>(1.0));
     const V e = exponent_field(s) - 1023.0;
-    const auto head = (bits(s) >> 44) & 0xFF;
+    const auto upper_bits = reinterpret_cast<Lanes<std::uint64_t, lane_count<V>>>(s) >> 44;
+    const auto head = reinterpret_cast<LaneMask<double, lane_count<V>>>(upper_bits & 0xFF); // of m
     const V rcp = gather(tables::rcp_table_256, head);
     const auto [lo, hi] = gather(tables::log_table_256, head); // the table's pairs are {lo, hi}
 
-    // m in two parts, whose products with rcp are exact; d1 and e ln 2 + hi are multiples of 2^-42, and so is their
-    // sum.
-    const V mh = from_bits<double>(bits(m) & ~std::int64_t{0xFFFFFFFF});
-    const V d1 = mh * rcp - 1.0;
-    V d2 = (m - mh) * rcp;
-    if constexpr (sizeof(R) == 8) {
-        const V c = x - (s - 1.0); // s - 1 is exact below 2^53; beyond, nothing can be seen
+    // d1 + d2 = m rcp - 1 + 2^-e c rcp. m's two parts have exact products with rcp; d1 and e ln 2 + hi are multiples of
+    // 2^-42, and so is their sum.
+    V d1, d2;
+    if constexpr (sizeof(R) == 4) {
+        d1 = m * rcp - 1.0;
+        d2 = V{};
+    } else {
         const V scale = from_bits<double>(0x7FE0000000000000 - (bits(s) & exponent_bits)); // 2^-e
-        d2 = d2 + (c * scale) * rcp;
+        const V mh = from_bits<double>(bits(m) & ~std::int64_t{0xFFFFFFFF});
+        d1 = mh * rcp - 1.0;
+        d2 = (m - mh) * rcp + (c * scale) * rcp;
     }
     const V f = d1 + d2;
     const V p =
@@ -62,17 +65,19 @@ template <class R, class V> V log_of_sum(V s, V x) {
     return ((e * 0.6931471803691238 + hi) + d1) + (d2 + ((e * 1.9082149292705877e-10 + lo) + p));
 }
 
-// x - x^2/2 in two parts, the first one exact.
-template <class V> struct Parabola { V head, tail; };
-template <class V> Parabola<V> parabola(V x) {
-    const V c = x * 4294967297.0; // 2^32 + 1
-    const V xh = c - (c - x);     // 21 bits
-    const V xl = x - xh;
-    return {xh - 0.5 * (xh * xh), xl - 0.5 * (xl * (x + xh))};
+// ln(1 + x). What x - (s - 1) loses from 2^53 on can't be seen.
+template <class R, class V> V log_of_one_plus(V x) {
+    const V s = 1.0 + x;
+    return log_of_sum<R>(s, x - (s - 1.0));
 }
 
-// |x| < 0.0713
+// |x| < 0.0713. x - x^2/2 in two parts, of which the first is exact.
 template <class V> V series(V x) {
+    const V split = x * 4294967297.0; // 2^32 + 1
+    const V xh = split - (split - x); // 21 bits
+    const V xl = x - xh;
+    const V head = xh - 0.5 * (xh * xh);
+    const V tail = xl - 0.5 * (xl * (x + xh));
     const V s = x * x;
     const V cube = x * s;
     const V even = -0.24999999999999994 +
@@ -82,9 +87,8 @@ template <class V> V series(V x) {
     const V odd =
         0.20000000000004395 +
         s * (0.14285714280527598 + s * (0.11111114024232197 + s * (0.09090069730882687 + s * 0.07812039099574136)));
-    const Parabola<V> p = parabola(x);
     const V third = cube * 0.33333325386047363;
-    return p.head + (p.tail + (third + (cube * 7.947285968655109e-08 + (s * s) * (even + x * odd))));
+    return head + (tail + (third + (cube * 7.947285968655109e-08 + (s * s) * (even + x * odd))));
 }
 
 // |x| < 2^-6: x^2/2 is so much less than x that its rounding hardly shows
@@ -105,26 +109,31 @@ template <class R> struct Log1p {
     using Real = R;
     static constexpr Frame frame = Frame::F3;
 
-    template <int N> static auto outside(Lanes<R, N> x) {
-        return not_between(x, R(tiny_below), R(alone_from)) & not_between(x, R(-tiny_below), R(-1));
+    template <int N> static auto inside(Lanes<R, N> x) {
+        return between(x, R(tiny_below), R(alone_from)) | between(x, R(-tiny_below), R(-1));
     }
 
     // tiny_below <= |x|, -1 < x < alone_from
     template <int N> static Lanes<R, N> lanes(Lanes<R, N> x) {
         const auto size = magnitude(x);
         const auto small = size < R(series_below);
-        auto y = in_doubles([](auto v) { return log_of_sum<R>(1.0 + v, v); }, x);
-        if (lane_bits(small) != 0) {
+        const unsigned series_lanes = lane_bits(small);
+        auto y = x;
+        if (sizeof(R) == 8 || series_lanes != (1U << N) - 1) [[likely]]
+            y = in_doubles([](auto v) { return log_of_one_plus<R>(v); }, x);
+        if (series_lanes != 0) {
             const auto smaller = size < R(short_series_below);
             const auto smallest = size < R(cubic_below);
-            y = small ? in_doubles([](auto v) { return series(v); }, x) : y;
-            y = smaller ? in_doubles([](auto v) { return short_series(v); }, x) : y;
-            if (lane_bits(smallest) != 0) y = smallest ? in_doubles([](auto v) { return cubic(v); }, x) : y;
+            const unsigned short_lanes = lane_bits(smaller);
+            const unsigned cubic_lanes = lane_bits(smallest);
+            if (series_lanes != short_lanes) y = small ? in_doubles([](auto v) { return series(v); }, x) : y;
+            if (short_lanes != cubic_lanes) y = smaller ? in_doubles([](auto v) { return short_series(v); }, x) : y;
+            if (cubic_lanes != 0) y = smallest ? in_doubles([](auto v) { return cubic(v); }, x) : y;
         }
         return y;
     }
 
-    static std::int32_t element(R a, R* y) {
+    [[gnu::noinline]] static std::int32_t element(R a, R* y) {
         const double x = a;
         const std::uint32_t word = upper_word(x);
         const std::uint32_t size = word & 0x7FFFFFFF;
@@ -139,12 +148,12 @@ template <class R> struct Log1p {
         if (size < upper_word(tiny_below)) return *y = a, ARK_STATUS_OK;
         if (size < upper_word(alone_from))
             return *y = in_all_lanes([](auto v) { return lanes<lane_width<R>>(v); }, a), ARK_STATUS_OK;
-        return *y = R(in_all_lanes([](auto v) { return log_of_sum<float>(v, v); }, x)), ARK_STATUS_OK;
+        return *y = R(in_all_lanes([](auto v) { return log_of_sum<R>(v, decltype(v){}); }, x)), ARK_STATUS_OK;
     }
 };
 
 // ---- Strided
-// ---------------------------------------------------------------------------------------------------------
+// ----------------------------------------------------------------------------------------------------------
 
 // What log_lanes.h asks for, and
 //
@@ -187,12 +196,12 @@ template <class R> struct Log1pStrided {
         special = not_between(x, R(0), Row::end) & not_between(x, R(-0.0), R(-1));
 
         const V one = splat<V>(1);
-        const V larger = x > one ? x : one;
-        const V smaller = x > one ? one : x;
-        const V s = larger + smaller;
+        const V hi = larger(x, one);
+        const V lo = smaller(x, one);
+        const V s = hi + lo;
         const auto low = magnitude(x) < Row::whole_below ? LaneMask<R, N>{} : (Word<R>(1) << Row::low_bits) - 1;
         const V head = from_bits<R>(bits(s) & ~low);
-        const V c = (larger - head) + smaller;
+        const V c = (hi - head) + lo;
 
         const auto argument = log_argument<Row>(head);
         const V scale = argument.r * from_bits<R>(Row::reciprocal - (bits(s) & exponent_bits));

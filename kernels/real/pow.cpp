@@ -1,4 +1,11 @@
-// Pow, Powr, Powx: x^y.
+// Pow, Powr, Powx: x^y. The formulas are in pow_lanes.h; here is what is special.
+//
+// Largest errors found, in 2 million samples of the meter and a search near the limits of the range:
+//   s  0.7399 ulp   ./run accuracy sPow 0x1.0220c8p+0 0x1.f62d2p+7: got 0x1.ff90e4p+2, want 0x1.ff90e2p+2
+//   d  0.5298 ulp   ./run accuracy dPow 0x1.001f7d1b0e249p+0 0x1.6806d4d2c0de5p+20:
+//                   got 0x1.f6a3b35b9b412p+1021, want 0x1.f6a3b35b9b413p+1021
+// The routines share the formulas. So a result doesn't depend on who computed it, and a denormal is as good as any
+// other.
 
 #include "frame/kernel.h"
 #include "kernels/real/pow_lanes.h"

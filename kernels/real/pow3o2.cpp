@@ -4,6 +4,7 @@
 #include "tables/pow3o2.h"
 #include "frame/kernel.h"
 #include "kernels/real/denormal_result.h"
+#include "kernels/real/series.h"
 
 #include <cmath>
 
@@ -46,24 +47,21 @@ template <Frame f> struct Pow3o2<double, f> {
     };
     template <int N> static Parts<N> parts(Lanes<double, N> x) {
         // tools/fit/pow3o2.sollya
-        constexpr double c[] = {1.5,
-                                0.375,
-                                -0.06250000000000845,
-                                0.023437500000019977,
-                                -0.011718749825962741,
-                                0.006835937229531017,
-                                -0.004395630177111848,
-                                0.003022413452684821};
+        constexpr double coefficients[] = {1.5,
+                                           0.375,
+                                           -0.06250000000000845,
+                                           0.023437500000019977,
+                                           -0.011718749825962741,
+                                           0.006835937229531017,
+                                           -0.004395630177111848,
+                                           0.003022413452684821};
         const auto w = words(x);
         const auto m = from_bits<double>((w & 0x000FFFFFFFFFFFFF) | 0x3FF0000000000000);
-        const auto head = from_bits<double>((w & 0x000F800000000000) | 0x3FF0400000000000);
+        const auto c = from_bits<double>((w & 0x000F800000000000) | 0x3FF0400000000000);
         const auto field = ((w >> 52) & 0x7FF) + 1;
-        const auto j = bits((w >> 47) & 31);
-        const auto t = (m - head) * gather(tables::reciprocal_32d, j);
-        const auto p =
-            t * (c[0] + t * (c[1] + t * (c[2] + t * (c[3] + t * (c[4] + t * (c[5] + t * (c[6] + t * c[7])))))));
-        const auto entry = gather(tables::pow3o2_d, bits((field & 1) << 5) + j);
-        return {entry.hi, entry.lo + entry.hi * p, field >> 1};
+        const auto [hi, lo, reciprocal] = gather(tables::pow3o2, bits(((field & 1) << 5) | ((w >> 47) & 31)));
+        const auto p = series((m - c) * reciprocal, coefficients);
+        return {hi, lo + hi * p, field >> 1};
     }
 
     // Special: all but the positive normal numbers from where no result is denormal to the last upper word that still

@@ -85,7 +85,7 @@ struct RootArgument {
         const unsigned odd = exponent & 1;
         const double significand = std::bit_cast<double>((pattern & 0xFFFFFFFFFFFFF) | 0x3FF0000000000000);
         m = significand * (odd != 0 ? 2.0 : 1.0);
-        seed = tables::sqrt_seed[odd * 256 + (pattern >> 44 & 0xFF)];
+        seed = tables::sqrt_seed[(odd << 8) + (pattern >> 44 & 0xFF)];
         power = (exponent >> 1) - scaled;
     }
 };

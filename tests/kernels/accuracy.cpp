@@ -101,6 +101,10 @@ TYPED_TEST(Meter, SeesOneFaultyKindOfArgument) {
     using Limits = std::numeric_limits<T>;
     const auto flushed = [](T y) { return std::fabs(y) < Limits::min() ? y * 0 : y; };
     const auto saturated = [](T y) { return std::isinf(y) ? std::copysign(Limits::max(), y) : y; };
+    const auto near_one = [](T a, T b) {
+        const T y = std::pow(a, b);
+        return std::fabs(a - 1) < T(0x1p-10) && y > 0x1p20 ? y * (1 + 8 * Limits::epsilon()) : y;
+    };
     const struct {
         const char* operation;
         std::function<T(T, T)> faulty;
@@ -112,6 +116,8 @@ TYPED_TEST(Meter, SeesOneFaultyKindOfArgument) {
         {"Mul", [&](T a, T b) { return flushed(a * b); }, 1000},
         {"Inv", [&](T a, T) { return saturated(1 / a); }, 1000},
         {"Div", [](T a, T b) { return a * (1 / b); }, 1},
+        {"Pow", near_one, 4}, // with exponents large enough
+        {"Powx", near_one, 4},
     };
     for (const auto& c : cases) EXPECT_GT(worst_of<T>(c.operation, c.faulty).error, c.above) << &c - cases;
     EXPECT_LE(worst_of<T>("Sqrt", [](T a, T) { return std::sqrt(a); }).error, 0.5);
