@@ -179,8 +179,9 @@ template <class R> struct Expm1Strided {
         const V r_error = (nearly - r) - correction;
 
         // 2^k hi - 1, with its error
-        const auto k = (bits(t) & ~Word<R>(entries - 1)) << (fraction - log2_entries);
-        const V power = from_bits<R>(k + std::bit_cast<Word<R>>(R(1)));
+        using Unsigned = std::make_unsigned_t<Word<R>>; // special lanes may wrap
+        const auto k = (words(t) & ~Unsigned(entries - 1)) << (fraction - log2_entries);
+        const V power = from_bits<R>(k + std::bit_cast<Unsigned>(R(1)));
         const auto entry = gather(Row::table, bits(t) & (entries - 1));
         const V hi = entry.hi * power;
         const V lo = entry.lo * power;
