@@ -61,6 +61,12 @@ template <class V> V with_sign(V x, V s) { return from_bits<LaneType<V>>(bits(x)
 // two doubles compare as their upper words do, but for ties. For floats it is the whole word.
 template <class V> auto upper_words(V x) { return reinterpret_cast<Lanes<std::int32_t, sizeof(V) / 4>>(x); }
 
+// The same of one number; and the double with this upper word, and zeros below.
+template <class R> constexpr std::uint32_t upper_word(R x) {
+    return static_cast<std::uint32_t>(std::bit_cast<std::make_unsigned_t<Word<R>>>(x) >> (8 * sizeof x - 32));
+}
+constexpr double with_upper_word(std::uint32_t word) { return std::bit_cast<double>(std::uint64_t{word} << 32); }
+
 // Lanes whose upper word, plus a constant, is above a limit, signed. Only the sign bits of the result count. g++ 12
 // makes three instructions of a comparison with a constant where it makes one of a comparison with a variable.
 template <class V> auto upper_word_above(V x, std::uint32_t plus, std::int32_t limit) {
@@ -74,9 +80,6 @@ template <class V> auto upper_word_above(V x, std::uint32_t plus, std::int32_t l
 // Lanes whose bits are from those of first up to those of end, as unsigned integers, by the upper word: for numbers of
 // one sign, from first up to end in magnitude. NaNs are not, and no flag is raised. The lower words of first and end
 // are zero. Only the sign bits of the result count.
-template <class R> constexpr std::uint32_t upper_word(R x) {
-    return static_cast<std::uint32_t>(std::bit_cast<std::make_unsigned_t<Word<R>>>(x) >> (8 * sizeof x - 32));
-}
 template <class V> auto between(V x, LaneType<V> first, LaneType<V> end) {
     const std::uint32_t plus = 0x80000000U - upper_word(end); // the last pattern goes to the largest signed integer
     return upper_word_above(x, plus, static_cast<std::int32_t>(upper_word(first) + plus - 1));

@@ -14,6 +14,7 @@ template <class R> struct Logb {
     using Real = R;
     using Limits = std::numeric_limits<R>;
     static constexpr Frame frame = Frame::F2;
+    static constexpr int block = 64 / sizeof(R); // next to no work a lane
     static constexpr int bias = Limits::max_exponent - 1;
 
     // Special: all but the normal numbers.
