@@ -99,6 +99,13 @@ inline Lanes<std::int64_t, 2> spread_upper_words(Lanes<std::int64_t, 2> lanes) {
     return reinterpret_cast<Lanes<std::int64_t, 2>>(_mm_shuffle_epi32(reinterpret_cast<__m128i>(lanes), 0xF5));
 }
 
+// x with 1 in the special lanes, so that a formula raises no flag for them and doesn't meet the hardware's slow way
+// with denormals. special is a mask by upper words.
+template <class V, class M> V without_special(V x, M special) {
+    const M mask = spread_upper_words(special);
+    return from_bits<LaneType<V>>((bits(x) & ~mask) | (bits(splat<V>(1)) & mask));
+}
+
 // Bit i is the sign bit of lane i.
 template <class M> unsigned lane_bits(M mask) {
     if constexpr (sizeof(LaneType<M>) == 4) {
