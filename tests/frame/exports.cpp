@@ -72,7 +72,6 @@ Names all_exports() {
     return names;
 }
 
-#ifndef NVO_SANITIZED // a sanitizer exports names of its own
 TEST(Exports, AreWhatTheListAndTheHeaderName) {
     Names found;
     for (const ElfSymbol& symbol : library().dynamic) {
@@ -80,10 +79,11 @@ TEST(Exports, AreWhatTheListAndTheHeaderName) {
     }
     const Names expected = all_exports();
     EXPECT_EQ(1920U + 528 + 960 + 18 + 10 + 6, expected.size());
+#ifndef NVO_SANITIZED // a sanitizer exports names of its own
     EXPECT_EQ(Names{}, without(found, expected)) << "exported, but not in the list";
+#endif
     EXPECT_EQ(Names{}, without(expected, found)) << "in the list, but not exported";
 }
-#endif
 
 Names pending_kernels() {
     Names names;
