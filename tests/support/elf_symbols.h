@@ -6,7 +6,6 @@
 #include <cstring>
 #include <elf.h>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -38,8 +37,10 @@ public:
     std::vector<ElfSymbol> all;     // empty in a stripped file
 
     explicit ElfFile(const std::string& path) : path_(path) {
-        std::ifstream in(path, std::ios::binary);
-        bytes_.assign(std::istreambuf_iterator<char>(in), {});
+        std::ifstream in(path, std::ios::binary | std::ios::ate);
+        if (in) bytes_.resize(static_cast<std::size_t>(in.tellg()));
+        in.seekg(0);
+        in.read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
         if (bytes_.size() < sizeof(Elf64_Ehdr) || std::memcmp(bytes_.data(), ELFMAG, SELFMAG) != 0 ||
             bytes_[EI_CLASS] != ELFCLASS64)
             throw std::runtime_error(path + ": not a 64-bit ELF file");
