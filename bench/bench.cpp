@@ -25,7 +25,7 @@ Times the rows whose names match the regular expression FILTER, or all rows and 
 
   --large     vectors of 1,000,000 elements as well
   --goals     the goals alone
-  --peers     the list of peers, with the largest errors that they document
+  --peers     the list of peers, with their largest errors
   --markdown  the page docs/benchmarks.md: vectors of 1024 elements only
 )";
 
@@ -45,7 +45,7 @@ constexpr const char* legend[rivals] = {
     "the bytes of one vector copied",
     "a loop in C++, compiled at -O3 for SSE2",
     "the C library's function in a loop",
-    "the C library's 128-bit vector function, 4 ulp",
+    "the C library's 128-bit vector function, at most 4 ulp",
     "SLEEF's 128-bit SSE2 function, 0.5 to 1.5 ulp",
     "the same at 3.5 ulp",
     "our own formula without frame, walk, special lanes and tail",
@@ -174,7 +174,7 @@ void print_peers(bool markdown) {
     std::puts(markdown ? "## Peers\n" : "Peers:");
     Table table(markdown, {{"row", 12, true}, {"peer", 26, true}, {"largest error, ulp", 18}});
     for (const Peer& peer : all_peers()) {
-        table.line({peer.row, peer.function, peer.error < 0 ? "not stated" : decimal(peer.error, 4)});
+        table.line({peer.row, peer.function, peer.error < 0 ? "" : decimal(peer.error, 4)});
     }
 }
 

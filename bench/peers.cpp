@@ -1,29 +1,9 @@
 #include "bench/peers.h"
 
+#include "bench/peer_calls.h"
 #include "bench/plain.h"
-#include "frame/lanes.h"
 
-#include <array>
-#include <cmath>
 #include <gnu/libc-version.h>
-#include <sleef.h>
-
-// glibc's vector functions. The compiler calls them from loops that it vectorises; there is no header for a direct
-// call.
-extern "C" {
-#define NVO_MVEC_U(function)               \
-    __m128 _ZGVbN4v_##function##f(__m128); \
-    __m128d _ZGVbN2v_##function(__m128d);
-#define NVO_MVEC_B(function)                        \
-    __m128 _ZGVbN4vv_##function##f(__m128, __m128); \
-    __m128d _ZGVbN2vv_##function(__m128d, __m128d);
-#define NVO_MVEC_X NVO_MVEC_B
-#define NVO_MVEC_S(function) /* the addresses of the results come in registers of two */ \
-    void _ZGVbN4vvv_##function##f(__m128, __m128i, __m128i, __m128i, __m128i);           \
-    void _ZGVbN2vvv_##function(__m128d, __m128i, __m128i);
-#define MVEC(Op, cls, function, error) NVO_MVEC_##cls(function)
-#include "bench/peers.def"
-}
 
 namespace bench {
 
@@ -94,80 +74,49 @@ private:
     }
 };
 
-using Floats = nvo::Lanes<float, 4>;
-using Doubles = nvo::Lanes<double, 2>;
-
-// The forms in which libraries give two results, as an array.
-template <class T> std::array<T, 2> both(void (*f)(T, T*, T*), T x) {
-    std::array<T, 2> results;
-    f(x, &results[0], &results[1]);
-    return results;
-}
-template <class T> std::array<T, 2> both(T (*f)(T, T*), T x) {
-    T second;
-    const T first = f(x, &second);
-    return {first, second};
-}
-std::array<Floats, 2> both(void (*f)(__m128, __m128i, __m128i, __m128i, __m128i), Floats x) {
-    std::array<Floats, 2> results;
-    const auto at = [&](int k, int lane) {
-        const auto address = reinterpret_cast<std::uintptr_t>(&results[static_cast<std::size_t>(k)]) + 4 * lane;
-        return _mm_set_epi64x(static_cast<long long>(address + 4), static_cast<long long>(address));
-    };
-    f(x, at(0, 0), at(0, 2), at(1, 0), at(1, 2));
-    benchmark::ClobberMemory(); // written through addresses that the compiler can't see as such
-    return results;
-}
-std::array<Doubles, 2> both(void (*f)(__m128d, __m128i, __m128i), Doubles x) {
-    std::array<Doubles, 2> results;
-    const auto at = [&](int k) {
-        const auto address = reinterpret_cast<std::uintptr_t>(&results[static_cast<std::size_t>(k)]);
-        return _mm_set_epi64x(static_cast<long long>(address + 8), static_cast<long long>(address));
-    };
-    f(x, at(0), at(1));
-    benchmark::ClobberMemory();
-    return results;
-}
-template <class Pair, class V> std::array<V, 2> both(const Pair (*f)(V), V x) {
-    const Pair results = f(x);
-    return {results.x, results.y};
-}
-
-// A function of one element or register, by the class of its arguments.
-#define NVO_CALL_U(E, function) [](E x) { return function(x); }
-#define NVO_CALL_B(E, function) [](E x, E y) { return function(x, y); }
-#define NVO_CALL_X NVO_CALL_B
-#define NVO_CALL_S(E, function) [](E x) { return both(function, x); }
 // Its unit-stride and its strided row.
 #define NVO_PEER(t, T, E, Op, cls, kind, function, error)                                      \
     Peer{#t #Op, kind, #function, error, maker(Loop<T, E, NVO_CALL_##cls(E, function)>::cls)}, \
         Peer{#t #Op "I", kind, #function, error, maker(Loop<T, E, NVO_CALL_##cls(E, function)>::cls##I)},
-// Arguments by value in the names of glibc's vector functions.
-#define NVO_MVEC_NAME_U(lanes, function) _ZGVbN##lanes##v_##function
-#define NVO_MVEC_NAME_B(lanes, function) _ZGVbN##lanes##vv_##function
-#define NVO_MVEC_NAME_X NVO_MVEC_NAME_B
-#define NVO_MVEC_NAME_S(lanes, function) _ZGVbN##lanes##vvv_##function
 #define NVO_PEER_NAMED(...) NVO_PEER(__VA_ARGS__)
 
-constexpr double not_stated = -1;
+constexpr double unknown = -1;
+
+struct Measured {
+    std::string_view operation;
+    double scalar[2], vector[2]; // float, double
+};
+constexpr Measured measured[] = {
+#define MEASURED(Op, s, d, s_vector, d_vector) {#Op, {s, d}, {s_vector, d_vector}},
+#include "bench/peers.def"
+};
+constexpr double measured_error(std::string_view operation, char type, bool vector) {
+    for (const Measured& m : measured) {
+        if (m.operation == operation) return (vector ? m.vector : m.scalar)[type == 'd'];
+    }
+    return unknown;
+}
+
 constexpr Kind sleef_kind(double error) { return error > 2 ? Kind::sleef_fast : Kind::sleef; }
 
 } // namespace
 
 const std::vector<Peer>& all_peers() {
     static const std::vector<Peer> peers = {
-#define NVO_PLAIN(row, expression) Peer{#row, Kind::plain, #expression, not_stated, maker(nvo_plain_##row)},
+#define NVO_PLAIN(row, expression) Peer{#row, Kind::plain, #expression, unknown, maker(nvo_plain_##row)},
 #define PLAIN(Op, cls, expression) \
     NVO_PLAIN(s##Op, expression)   \
     NVO_PLAIN(d##Op, expression)   \
     NVO_PLAIN(s##Op##I, expression) NVO_PLAIN(d##Op##I, expression)
 #define PLAIN_STATEMENT(Op, statement) PLAIN(Op, S, statement)
-#define SCALAR(Op, cls, function)                                             \
-    NVO_PEER(s, float, float, Op, cls, Kind::scalar, function##f, not_stated) \
-    NVO_PEER(d, double, double, Op, cls, Kind::scalar, function, not_stated)
-#define MVEC(Op, cls, function, error)                                                                \
-    NVO_PEER_NAMED(s, float, Floats, Op, cls, Kind::mvec, NVO_MVEC_NAME_##cls(4, function##f), error) \
-    NVO_PEER_NAMED(d, double, Doubles, Op, cls, Kind::mvec, NVO_MVEC_NAME_##cls(2, function), error)
+#define SCALAR(Op, cls, function)                                                                  \
+    NVO_PEER(s, float, float, Op, cls, Kind::scalar, function##f, measured_error(#Op, 's', false)) \
+    NVO_PEER(d, double, double, Op, cls, Kind::scalar, function, measured_error(#Op, 'd', false))
+#define MVEC(Op, cls, function)                                                                \
+    NVO_PEER_NAMED(s, float, Floats, Op, cls, Kind::mvec, NVO_MVEC_NAME_##cls(4, function##f), \
+                   measured_error(#Op, 's', true))                                             \
+    NVO_PEER_NAMED(d, double, Doubles, Op, cls, Kind::mvec, NVO_MVEC_NAME_##cls(2, function),  \
+                   measured_error(#Op, 'd', true))
 #define SLEEF(Op, cls, function, form, error)                                                       \
     NVO_PEER(s, float, Floats, Op, cls, sleef_kind(error), Sleef_##function##f4##form##sse2, error) \
     NVO_PEER(d, double, Doubles, Op, cls, sleef_kind(error), Sleef_##function##d2##form##sse2, error)

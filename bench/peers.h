@@ -15,7 +15,7 @@ struct Peer {
     std::string row; // "sExpI"
     Kind kind;
     std::string function; // "expf", "_ZGVbN4v_expf"; the expression of a plain loop
-    double error;         // the largest one that its documentation states, in ulp; negative: none stated
+    double error;         // the largest one, in ulp, as peers.def has it; negative: unknown
     Maker make;
 };
 

@@ -1,19 +1,16 @@
 #include "tools/accuracy/peers.h"
 
-#include "frame/lanes.h"
+#include "bench/peer_calls.h"
 
-#include <cmath>
 #include <gnu/libc-version.h>
-#include <sleef.h>
 
 namespace nvo::accuracy {
 
 namespace {
 
-using Floats = Lanes<float, 4>;
-using Doubles = Lanes<double, 2>;
+using bench::both, bench::Floats, bench::Doubles;
 
-enum Column : std::size_t { c_library, sleef, sleef_fast, columns };
+enum Column : std::size_t { c_library, c_library_vector, sleef, sleef_fast, columns };
 
 // V is a register, or a number for the C library's functions.
 template <class V> constexpr std::int32_t width = lane_count<V>;
@@ -50,42 +47,24 @@ template <class T, class V, class F> VectorFunction<T> over_vectors(F f, bool sw
     };
 }
 
-// The ways in which libraries give two results.
-template <class V> std::array<V, 2> both(void (*f)(V, V*, V*), V a) {
-    std::array<V, 2> results;
-    f(a, results.data(), results.data() + 1);
-    return results;
-}
-template <class V> std::array<V, 2> both(V (*f)(V, V*), V a) {
-    V second;
-    const V first = f(a, &second);
-    return {first, second};
-}
-template <class V, class Pair> std::array<V, 2> both(Pair (*f)(V), V a) {
-    const Pair pair = f(a);
-    return {pair.x, pair.y};
-}
-
 template <class T> struct Line {
     std::string operation;
     Peer<T> peer;
 };
 
-#define NVO_CALL_U(V, f) [](V a) { return f(a); }
-#define NVO_CALL_B(V, f) [](V a, V b) { return f(a, b); }
-#define NVO_CALL_X NVO_CALL_B
-#define NVO_CALL_S(V, f) [](V a) { return both<V>(f, a); }
-
 constexpr Column sleef_column(double documented_error) { return documented_error > 2 ? sleef_fast : sleef; }
+
+#define NVO_LINE(T, E, Op, cls, column, function) \
+    {#Op, {column, over_vectors<T, E>(NVO_CALL_##cls(E, function), is_swapped(#Op))}},
+#define NVO_LINE_NAMED(...) NVO_LINE(__VA_ARGS__)
 
 const std::vector<Line<float>>& float_lines() {
     static const std::vector<Line<float>> lines = {
-#define SCALAR(Op, cls, function) \
-    {#Op, {c_library, over_vectors<float, float>(NVO_CALL_##cls(float, function##f), is_swapped(#Op))}},
+#define SCALAR(Op, cls, function) NVO_LINE(float, float, Op, cls, c_library, function##f)
+#define MVEC(Op, cls, function) \
+    NVO_LINE_NAMED(float, Floats, Op, cls, c_library_vector, NVO_MVEC_NAME_##cls(4, function##f))
 #define SLEEF(Op, cls, function, form, error) \
-    {#Op,                                     \
-     {sleef_column(error),                    \
-      over_vectors<float, Floats>(NVO_CALL_##cls(Floats, Sleef_##function##f4##form##sse2), is_swapped(#Op))}},
+    NVO_LINE(float, Floats, Op, cls, sleef_column(error), Sleef_##function##f4##form##sse2)
 #include "bench/peers.def"
     };
     return lines;
@@ -93,12 +72,11 @@ const std::vector<Line<float>>& float_lines() {
 
 const std::vector<Line<double>>& double_lines() {
     static const std::vector<Line<double>> lines = {
-#define SCALAR(Op, cls, function) \
-    {#Op, {c_library, over_vectors<double, double>(NVO_CALL_##cls(double, function), is_swapped(#Op))}},
+#define SCALAR(Op, cls, function) NVO_LINE(double, double, Op, cls, c_library, function)
+#define MVEC(Op, cls, function) \
+    NVO_LINE_NAMED(double, Doubles, Op, cls, c_library_vector, NVO_MVEC_NAME_##cls(2, function))
 #define SLEEF(Op, cls, function, form, error) \
-    {#Op,                                     \
-     {sleef_column(error),                    \
-      over_vectors<double, Doubles>(NVO_CALL_##cls(Doubles, Sleef_##function##d2##form##sse2), is_swapped(#Op))}},
+    NVO_LINE(double, Doubles, Op, cls, sleef_column(error), Sleef_##function##d2##form##sse2)
 #include "bench/peers.def"
     };
     return lines;
@@ -117,7 +95,8 @@ std::vector<std::string> peer_columns() {
     const std::string sleef_version = "SLEEF " + std::to_string(SLEEF_VERSION_MAJOR) + "." +
                                       std::to_string(SLEEF_VERSION_MINOR) + "." +
                                       std::to_string(SLEEF_VERSION_PATCHLEVEL);
-    return {std::string("glibc ") + gnu_get_libc_version(), sleef_version, sleef_version + " u35"};
+    const std::string c_library_version = std::string("glibc ") + gnu_get_libc_version();
+    return {c_library_version, c_library_version + " vector", sleef_version, sleef_version + " u35"};
 }
 
 PeerSource peer_source() {

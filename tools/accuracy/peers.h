@@ -1,4 +1,4 @@
-// The functions of other libraries that compute the same: the lines SCALAR and SLEEF of bench/peers.def.
+// The functions of other libraries that compute the same: the lines SCALAR, MVEC and SLEEF of bench/peers.def.
 #pragma once
 
 #include "tools/accuracy/survey.h"
@@ -8,7 +8,7 @@
 
 namespace nvo::accuracy {
 
-// The columns: the C library, SLEEF at 1 ulp and better, SLEEF at 3.5 ulp.
+// The columns: the C library, its vector functions, SLEEF at 1 ulp and better, SLEEF at 3.5 ulp.
 std::vector<std::string> peer_columns();
 
 PeerSource peer_source();

@@ -92,7 +92,7 @@ Largest errors are rounded up. The bound is what the library promises and its te
 number. Rows with a bound of 0 are held to it in all four rounding directions; all else is measured to nearest. Lines
 with a name behind the row are the arguments of that name, which have a bound of their own and don't count in the row's
 first line. The last columns are other libraries' largest errors on the same arguments, in their scalar (glibc) and
-128-bit SSE2 (SLEEF) forms; u35 is the form that promises 3.5 ulp.
+128-bit SSE2 (glibc vector, SLEEF) forms; u35 is the form that promises 3.5 ulp.
 )";
 
 std::string row_of(const std::string& line) {
