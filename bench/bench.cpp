@@ -1,9 +1,11 @@
-// ./run bench: every row that has a kernel, side by side with its peers in the same run.
+// ./run bench: every row that has a kernel, and every generator of streams, side by side with its peers in the same
+// run.
 
 #include "bench/goals.h"
 #include "bench/inputs.h"
 #include "bench/peers.h"
 #include "bench/race.h"
+#include "bench/streams.h"
 #include "bench/table.h"
 
 #include "nvo_ark/vector_math.h"
@@ -20,8 +22,10 @@ namespace {
 using namespace bench;
 
 constexpr const char* usage = R"(usage: bench [FILTER] [OPTION...]
+       bench streams [FILTER] [OPTION...]
 
-Times the rows whose names match the regular expression FILTER, or all rows and the goals.
+Times the rows whose names match the regular expression FILTER; or the generators of random streams whose names match
+it; or, without one, all rows and generators and the goals.
 
   --large     vectors of 1,000,000 elements as well
   --goals     the goals alone
@@ -32,6 +36,7 @@ Times the rows whose names match the regular expression FILTER, or all rows and 
 struct Options {
     std::string filter;
     std::regex pattern;
+    bool streams = false; // the streams alone
     bool large = false, goals = false, peers = false, markdown = false;
 };
 
@@ -109,10 +114,13 @@ std::string processor() {
 }
 
 void print_head(bool markdown) {
-    const char* item = markdown ? "- " : "  ";
     if (markdown) std::puts("# Benchmarks\n");
     std::printf("%s %s, g++ %s, %s.\n\n", markdown ? "Made by `./run bench --markdown > docs/benchmarks.md` on" : "On",
                 processor().c_str(), __VERSION__, library_versions().c_str());
+}
+
+void print_vector_legend(bool markdown) {
+    const char* item = markdown ? "- " : "  ";
     std::printf("best, median: nanoseconds an element, of %d repetitions that run in random order with those of the "
                 "peers;\nspread: upper quartile above best. Strided rows (with an I) have strides of %d. Then our best "
                 "time as a\nratio of the peer's best: below 1 we are faster.\n\n",
@@ -178,6 +186,13 @@ void print_peers(bool markdown) {
     }
 }
 
+void print_vector_math(const Options& options) {
+    if (options.peers) return print_peers(options.markdown);
+    print_vector_legend(options.markdown);
+    if (!options.goals) print_rows(options);
+    if (options.goals || options.filter.empty()) print_goals(options.markdown);
+}
+
 bool parse(int argc, char** argv, Options& options) {
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
@@ -189,6 +204,8 @@ bool parse(int argc, char** argv, Options& options) {
             options.peers = true;
         } else if (argument == "--markdown") {
             options.markdown = true;
+        } else if (argument == "streams" && !options.streams && options.filter.empty()) {
+            options.streams = true;
         } else if (argument.starts_with("-") || !options.filter.empty()) {
             return false;
         } else {
@@ -213,11 +230,8 @@ int main(int argc, char** argv) {
     }
     prepare_races();
     _arkSetMode(ARK_ERRMODE_IGNORE);
-    if (options.peers) {
-        print_peers(options.markdown);
-        return 0;
-    }
-    print_head(options.markdown);
-    if (!options.goals) print_rows(options);
-    if (options.goals || options.filter.empty()) print_goals(options.markdown);
+    const bool all = options.filter.empty();
+    if (!options.peers) print_head(options.markdown);
+    if (!options.streams) print_vector_math(options);
+    if (options.streams || all) print_streams({options.pattern, all, options.goals, options.peers, options.markdown});
 }

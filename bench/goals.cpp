@@ -3,7 +3,7 @@
 #include "bench/inputs.h"
 #include "bench/peers.h"
 #include "bench/race.h"
-#include "bench/table.h"
+#include "bench/verdicts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +15,6 @@ namespace {
 
 constexpr int in_cache = 1024; // elements
 constexpr int out_of_cache = 1000000;
-constexpr Effort careful{40, 2e-4};
 
 // Rows that do next to nothing, where the walk itself shows.
 bool is_light(const Row& row) {
@@ -37,39 +36,7 @@ constexpr Goal goals[] = {
 };
 constexpr Goal goals_against_plain_loop[] = {{"sInvSqrt", 1.70}, {"dInvSqrt", 1.70}};
 
-class Verdicts {
-public:
-    explicit Verdicts(bool markdown)
-        : table_(markdown, {{"goal", 48, true},
-                            {"row", 10, true},
-                            {"ours, ns", 9},
-                            {"other, ns", 9},
-                            {"figure", 9},
-                            {"limit", 7},
-                            {"noise", 7},
-                            {"", 17, true}}) {}
-
-    // noise: how far apart two measurements of the same function came out.
-    void judge(const std::string& goal, const Row& row, double ours, double other, double figure, double limit,
-               double noise, const char* unit) {
-        ++judged_;
-        passed_ += figure - noise <= limit;
-        const char* verdict = figure <= limit ? "PASS" : figure - noise <= limit ? "PASS within noise" : "MISS";
-        table_.line({goal, row.name + row.accuracy, decimal(ours, 1), other == 0 ? "" : decimal(other, 1),
-                     decimal(figure, 3) + unit, decimal(limit, 2) + unit, decimal(noise, 3), verdict});
-    }
-    // Ours as a ratio of the other one.
-    void judge_ratio(const std::string& goal, const Row& row, const Body& ours, const Body& other, double limit) {
-        const auto t = race({{"ours", ours}, {"other", other}, {"other again", other}}, careful);
-        const double best = std::min(t[1].best, t[2].best);
-        judge(goal, row, t[0].best, best, t[0].best / best, limit, std::abs(t[1].best - t[2].best) / best, "");
-    }
-    std::string summary() const { return std::to_string(passed_) + " of " + std::to_string(judged_) + " pass."; }
-
-private:
-    Table table_;
-    int judged_ = 0, passed_ = 0;
-};
+std::string full_name(const Row& row) { return row.name + row.accuracy; }
 
 const Peer* plain_loop(const Row& row) {
     for (const Peer& peer : all_peers()) {
@@ -91,7 +58,7 @@ void judge_against_fastest(Verdicts& verdicts, const std::string& goal, const Ro
     const auto fastest =
         std::min_element(times.begin(), times.end(), [](const Timing& a, const Timing& b) { return a.best < b.best; });
     const Contestant& peer = peers.at(static_cast<std::size_t>(fastest - times.begin()));
-    verdicts.judge_ratio(goal + ": " + peer.name, row, row.stub(vectors), peer.body, limit);
+    verdicts.judge_ratio(goal + ": " + peer.name, full_name(row), row.stub(vectors), peer.body, limit);
 }
 
 std::string judge_all(bool markdown) {
@@ -100,12 +67,12 @@ std::string judge_all(bool markdown) {
         const Peer* plain = plain_loop(row);
         if (row.form != Row::Form::unit || !is_light(row) || plain == nullptr) continue;
         const Vectors vectors = vectors_for(row, in_cache);
-        verdicts.judge_ratio("plain -O3 loop, n = 1024", row, row.stub(vectors), plain->make(vectors), 1.00);
+        verdicts.judge_ratio("plain -O3 loop, n = 1024", full_name(row), row.stub(vectors), plain->make(vectors), 1.00);
     }
     for (const Row& row : written_rows()) {
         if (!row.bare) continue;
         const Vectors vectors = vectors_for(row, in_cache);
-        verdicts.judge_ratio("bare formula, n = 1024", row, row.stub(vectors), row.bare(vectors), 1.10);
+        verdicts.judge_ratio("bare formula, n = 1024", full_name(row), row.stub(vectors), row.bare(vectors), 1.10);
     }
     for (const Row& row : written_rows()) {
         for (const int n : {in_cache, out_of_cache}) {
@@ -117,7 +84,7 @@ std::string judge_all(bool markdown) {
             }
             for (const Goal& goal : goals_against_plain_loop) {
                 if (row.name == goal.row)
-                    verdicts.judge_ratio("plain -O3 loop" + size, row, row.stub(vectors),
+                    verdicts.judge_ratio("plain -O3 loop" + size, full_name(row), row.stub(vectors),
                                          plain_loop(row)->make(vectors), goal.limit);
             }
         }
@@ -127,7 +94,8 @@ std::string judge_all(bool markdown) {
         for (const Variant& variant : variants_of(row)) {
             if (row.form != Row::Form::unit || (variant.a.rarity != 8 && variant.b.rarity != 8)) continue;
             const Vectors vectors = vectors_for(row, in_cache, variant);
-            verdicts.judge_ratio("as without " + variant.name, row, row.stub(vectors), row.stub(ordinary), 4.00);
+            verdicts.judge_ratio("as without " + variant.name, full_name(row), row.stub(vectors), row.stub(ordinary),
+                                 4.00);
         }
     }
     // One row each of the frames that read the mode word, that don't, and that set the x87 unit's precision.
@@ -140,7 +108,7 @@ std::string judge_all(bool markdown) {
         const Body stub = row.stub(vectors), kernel = row.kernel(vectors);
         const auto t = race({{"stub", stub}, {"kernel", kernel}, {"kernel again", kernel}}, careful);
         const double best = std::min(t[1].best, t[2].best);
-        verdicts.judge("stub above kernel, n = 1", row, t[0].best, best, t[0].best - best, 2,
+        verdicts.judge("stub above kernel, n = 1", full_name(row), t[0].best, best, t[0].best - best, 2,
                        std::abs(t[1].best - t[2].best), " ns");
     }
     for (const Row& row : written_rows()) {
@@ -149,7 +117,7 @@ std::string judge_all(bool markdown) {
         const Body stub = row.stub(vectors);
         const auto t = race({{"ours", stub}, {"ours again", stub}}, careful);
         const double best = std::min(t[0].best, t[1].best);
-        verdicts.judge("whole call, n = 1", row, best, 0, best, 40, std::abs(t[0].best - t[1].best), " ns");
+        verdicts.judge("whole call, n = 1", full_name(row), best, 0, best, 40, std::abs(t[0].best - t[1].best), " ns");
     }
     return verdicts.summary();
 }

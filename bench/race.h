@@ -18,6 +18,7 @@ struct Effort {
     int repetitions;
     double seconds;
 };
+inline constexpr Effort careful{40, 2e-4}; // for verdicts
 
 // Nanoseconds a call, over the repetitions. On a machine that others use as well, the best one is what repeats.
 struct Timing {

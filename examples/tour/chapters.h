@@ -16,3 +16,7 @@ constexpr int air_quality_days = 153; // rows of airquality.csv
 void air_quality(const Tour& tour);
 void bad_elements(const Tour& tour);
 void co2_growth(const Tour& tour);
+void monte_carlo(const Tour& tour);
+
+// What the second process of the last chapter does: prints the next numbers of a saved stream.
+void go_on(const Library& library, const std::filesystem::path& image);

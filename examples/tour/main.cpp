@@ -13,14 +13,17 @@ namespace fs = std::filesystem;
 
 constexpr const char* usage =
     "usage: tour [--library PATH] [--data DIR] [--out DIR]\n"
+    "       tour [--library PATH] --go-on FILE\n"
     "  --library  the library to load, instead of libnvo_ark_cmpt.so.2 as the loader finds it\n"
     "  --data     folder of the data sets (default: examples/data, here or beside build/)\n"
-    "  --out      folder to write pictures to (default: tour/ beside the program's folder)\n";
+    "  --out      folder to write pictures to (default: tour/ beside the program's folder)\n"
+    "  --go-on    print the next numbers of the saved random stream\n";
 
 struct Options {
     std::string library = "libnvo_ark_cmpt.so.2";
     fs::path data;
     fs::path out;
+    fs::path image; // of a stream: then its next numbers are all that is wanted
     bool help = false;
 };
 
@@ -39,6 +42,8 @@ bool parse(int count, char** arguments, Options& options) {
             options.data = value;
         else if (option == "--out")
             options.out = value;
+        else if (option == "--go-on")
+            options.image = value;
         else
             return false;
     }
@@ -55,6 +60,7 @@ void fill_defaults(Options& options) {
 
 void run(const Options& options) {
     const Library library(options.library);
+    if (!options.image.empty()) return go_on(library, options.image);
     const auto level = NVO_FIND(library, dll_cpu_version);
     const auto mode = NVO_FIND(library, _arkGetMode);
     char mode_word[16];
@@ -70,6 +76,7 @@ void run(const Options& options) {
     air_quality(tour);
     bad_elements(tour);
     co2_growth(tour);
+    monte_carlo(tour);
 }
 
 } // namespace

@@ -430,24 +430,24 @@ NVO_ARK_FUNCTION_TYPES(z, ArkComplex16, double)
  * tokens below, separated by single commas, as in "ARK_HA,ARK_ERRMODE_STDERR". Values are ORed. A malformed variable
  * counts as not set. A field that the variable leaves empty has its default. */
 enum {
-    ARK_MODE_ACCURACY = 0xF,       /* mask */
-    ARK_LA = 0x1,                  /* low accuracy */
-    ARK_HA = 0x2,                  /* high accuracy, the default */
-    ARK_EP = 0x3,                  /* enhanced performance */
-    ARK_MODE_PRECISION = 0xF0,     /* mask; carried, without effect here. Tokens ARK_DEFAULT_PRECISION (0), */
-    ARK_FLOAT_CONSISTENT = 0x10,   /* ARK_FLOAT_CONSISTENT, */
-    ARK_DOUBLE_CONSISTEN = 0x20,   /* ARK_DOUBLE_CONSISTEN (this spelling is the token), */
-    ARK_RESTORE = 0x30,            /* ARK_RESTORE */
-    ARK_MODE_ERRORS = 0xFF00,      /* mask */
-    ARK_ERRMODE_IGNORE = 0x100,    /* alone: only the status is kept */
-    ARK_ERRMODE_ERRNO = 0x200,     /* errno is set */
-    ARK_ERRMODE_STDERR = 0x400,    /* a message is printed to standard error */
-    ARK_ERRMODE_EXCEPT = 0x800,    /* the x87 exception flag is raised, and trapped if a trap bit is set */
-    ARK_ERRMODE_CALLBACK = 0x1000, /* the thread's callback is called */
-    ARK_ERRMODE_NOERR = 0x2000,    /* alone: nothing is recorded at all */
-    ARK_ERRMODE_DEFAULT = 0x1A00,  /* errno, exception and callback */
-    ARK_MODE_DENORMALS = 0x3C0000, /* mask; no token */
-    ARK_DENORMALS_KEEP = 0x140000,
+    ARK_MODE_ACCURACY = 0xF,        /* mask */
+    ARK_LA = 0x1,                   /* low accuracy */
+    ARK_HA = 0x2,                   /* high accuracy, the default */
+    ARK_EP = 0x3,                   /* enhanced performance */
+    ARK_MODE_PRECISION = 0xF0,      /* mask; carried, without effect here. Tokens ARK_DEFAULT_PRECISION (0), */
+    ARK_FLOAT_CONSISTENT = 0x10,    /* ARK_FLOAT_CONSISTENT, */
+    ARK_DOUBLE_CONSISTEN = 0x20,    /* ARK_DOUBLE_CONSISTEN (this spelling is the token), */
+    ARK_RESTORE = 0x30,             /* ARK_RESTORE */
+    ARK_MODE_ERRORS = 0xFF00,       /* mask */
+    ARK_ERRMODE_IGNORE = 0x100,     /* alone: only the status is kept */
+    ARK_ERRMODE_ERRNO = 0x200,      /* errno is set */
+    ARK_ERRMODE_STDERR = 0x400,     /* a message is printed to standard error */
+    ARK_ERRMODE_EXCEPT = 0x800,     /* the x87 exception flag is raised, and trapped if a trap bit is set */
+    ARK_ERRMODE_CALLBACK = 0x1000,  /* the thread's callback is called */
+    ARK_ERRMODE_NOERR = 0x2000,     /* alone: nothing is recorded at all */
+    ARK_ERRMODE_DEFAULT = 0x1A00,   /* errno, exception and callback */
+    ARK_MODE_DENORMALS = 0x3C0000,  /* mask; no token */
+    ARK_DENORMALS_KEEP = 0x140000,  /* acts as 0, the default */
     ARK_DENORMALS_FLUSH = 0x280000, /* flush to zero and denormals are zero, where the function looks at the field */
     ARK_MODE_TRAPS = 0xF000000,     /* mask */
     ARK_TRAP_INVALID = 0x1000000,
@@ -463,7 +463,7 @@ uint32_t nvo_ark_kernel_GetMode(void);
 uint32_t _arkGetMode(void);
 
 /* Replaces those fields of the thread's mode word that are not 0 in mode: accuracy, errors, denormals, traps, reserved.
- * The precision field is never changed. Returns the word as it was before. */
+ * The precision field is never changed, and no field becomes 0 again. Returns the word as it was before. */
 uint32_t nvo_ark_kernel_SetMode(uint32_t mode);
 uint32_t _arkSetMode(uint32_t mode);
 
