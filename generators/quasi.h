@@ -73,7 +73,7 @@ inline bool is_sound(const QuasiPlace& place) {
 // ---- Points ---------------------------------------------------------------------------------------------------------
 
 // Index of the lowest bit of v that is 0: of the direction number that leads from point v to the next.
-inline int rightmost_zero_bit(std::uint32_t v) { return std::countr_one(std::uint64_t{v}); }
+inline int RightmostZeroBit(std::uint32_t v) { return std::countr_one(std::uint64_t{v}); }
 
 constexpr std::uint32_t gray_code(std::uint32_t n) { return n ^ (n >> 1); }
 
@@ -86,7 +86,7 @@ inline std::uint32_t combined(const std::uint32_t* row, std::uint32_t bits) {
 
 // To the next point.
 inline void step(QuasiPlace& place, const QuasiNumbers& v) {
-    const int c = rightmost_zero_bit(place.index++);
+    const int c = RightmostZeroBit(place.index++);
     const auto d = static_cast<std::ptrdiff_t>(place.dim);
     if (v.T == nullptr) {
         for (std::ptrdiff_t i = 0; i < d; ++i) v.x[i] ^= v.row(i)[c];
@@ -115,13 +115,13 @@ constexpr QuasiPlace first_point(std::uint32_t d) {
 // In the four points from number n = 4 m on, the two lowest bits of the Gray code take turns as in any such four, and
 // the bits above differ from those of the next four by the step from m to m + 1 and its shadow in bit 1: V[i][1], and
 // the direction number of this index, turn the four points into the next.
-inline int step_of_four(std::uint32_t n) { return rightmost_zero_bit(n / 4) + 2; }
+inline int step_of_four(std::uint32_t n) { return RightmostZeroBit(n / 4) + 2; }
 
 // One dimension, n numbers. x and place.index move on.
 template <class Out>
 void put_dimension(QuasiPlace& place, const std::uint32_t* row, std::uint32_t& x, std::ptrdiff_t n, Out out) {
     std::uint32_t index = place.index, word = x;
-    const auto next = [&] { return std::exchange(word, word ^ row[rightmost_zero_bit(index++)]); };
+    const auto next = [&] { return std::exchange(word, word ^ row[RightmostZeroBit(index++)]); };
     std::ptrdiff_t i = 0;
     while (i < n && index % 4 != 0) out.put(i++, next());
     if (n - i >= 4) {
@@ -189,7 +189,7 @@ void put_points_in_registers(QuasiPlace& place, const QuasiNumbers& v, std::ptrd
     unroll<registers>([&](auto j) { x[j] = load<FourWords>(v.x + at(j)); });
     std::uint32_t index = place.index;
     for (std::ptrdiff_t i = 0; i < points * d; i += d) {
-        const std::uint32_t* words = v.step_words(rightmost_zero_bit(index++));
+        const std::uint32_t* words = v.step_words(RightmostZeroBit(index++));
         unroll<registers>([&](auto j) {
             out.put(i + at(j), x[j]);
             x[j] ^= load<FourWords>(words + at(j));
@@ -204,7 +204,7 @@ template <class Out> void put_points(QuasiPlace& place, const QuasiNumbers& v, s
     const auto d = static_cast<std::ptrdiff_t>(place.dim);
     std::uint32_t* const x = v.x;
     for (std::ptrdiff_t i = 0; points > 0; --points, i += d) {
-        const std::uint32_t* words = v.step_words(rightmost_zero_bit(place.index++));
+        const std::uint32_t* words = v.step_words(RightmostZeroBit(place.index++));
         const auto put_four = [&](std::ptrdiff_t k, FourWords four) {
             out.put(i + k, four);
             store(x + k, FourWords(four ^ load<FourWords>(words + k)));

@@ -120,7 +120,7 @@ private:
 
 void poly_squared(const std::uint32_t* in, std::int32_t degree, std::uint32_t* out) {
     // From the top: a word that is still to be read lies below those that are written.
-    for (std::int32_t i = (degree + 32) / 32 - 1; i >= 0; --i) {
+    for (std::ptrdiff_t i = (degree + 32) / 32 - 1; i >= 0; --i) {
         const std::uint32_t word = in[i];
         out[2 * i + 1] = spread(word >> 16);
         out[2 * i] = spread(word & 0xFFFF);
@@ -137,7 +137,7 @@ std::int32_t __ostPolyRem(std::uint64_t e, std::int32_t k, std::int32_t terms, c
     Residues power(k);
     if (!power) return OST_ERR_NO_MEMORY;
     power.start(terms, exps);
-    for (int bit = std::bit_width(e) - 2; bit >= 0; --bit) {
+    for (int bit = static_cast<int>(std::bit_width(e)) - 2; bit >= 0; --bit) {
         power.square();
         if ((e >> bit & 1) != 0) power.multiply_by_x();
     }

@@ -59,10 +59,10 @@ OstSharedData* find(const std::uint64_t* table_id) {
     return nullptr;
 }
 
-OstSharedData* append(const std::uint64_t* table_id, void* data) {
+OstSharedData* append(const std::uint64_t* table_id, void* data, std::int32_t size) {
     if (_GlobRODataTableCount == table_rows) return nullptr;
     OstSharedData& row = _GlobRODataTable[_GlobRODataTableCount++];
-    row = {.id = {table_id[0], table_id[1]}, .references = 1, .data = data};
+    row = {.id = {table_id[0], table_id[1]}, .references = 1, .data = data, .size = size};
     return &row;
 }
 
@@ -75,11 +75,12 @@ void nvo::share(OstChunk* chunk) {
     void* unneeded = nullptr;
     {
         const Lock lock;
-        if (OstSharedData* row = find(chunk->table_id)) {
+        OstSharedData* row = find(chunk->table_id);
+        if (row != nullptr && (row->size < 0 || row->size == chunk->size)) {
             ++row->references;
             if (row->data != chunk->data) unneeded = std::exchange(chunk->data, row->data);
-        } else if (_GlobRODataTableCount < table_rows - 1) {
-            append(chunk->table_id, chunk->data);
+        } else if (row == nullptr && _GlobRODataTableCount < table_rows - 1) {
+            append(chunk->table_id, chunk->data, chunk->size);
         } else {
             chunk->table_id[0] = chunk->table_id[1] = 0;
         }
@@ -114,7 +115,7 @@ std::int32_t __ostFindGlobRODataTableEntry(OstSharedData** row_out, const std::u
 
 std::int32_t __ostCreateGlobRODataTableEntry(OstSharedData** row_out, const std::uint64_t* table_id, void* data) {
     const Lock lock;
-    OstSharedData* row = append(table_id, data);
+    OstSharedData* row = append(table_id, data, -1);
     if (row == nullptr) return OST_ERR_TABLE_FULL;
     *row_out = row;
     return OST_OK;

@@ -139,8 +139,8 @@ int32_t __ostLoadStreamM(OstStream** stream_out, const void* memory);
 /* ---- Chunks ---------------------------------------------------------------------------------------------------- */
 
 /* Puts a block of nvo_serv_allocate on the stream, which takes it over. table_id may be null. If its id is in the table
- * of shared blocks, the block there is used and this one freed. OST_ERR_NO_MEMORY: then the block is still the
- * caller's. */
+ * of shared blocks, the block there is used and this one freed, unless their sizes differ: then the chunk is private.
+ * OST_ERR_NO_MEMORY: then the block is still the caller's. */
 int32_t __ostAddChunk(OstStream* stream, uint32_t id, const uint64_t* table_id, void* data, int32_t size);
 
 void* __ostSearchChunk(const OstStream* stream, uint32_t id); /* its data, or null */
@@ -156,6 +156,7 @@ typedef struct OstSharedData {
     uint64_t id[2];
     uint32_t references; /* chunks that use the block */
     void* data;
+    int32_t size; /* bytes of it; -1 if the row was not made for a chunk */
 } OstSharedData;
 
 int32_t __ostFindGlobRODataTableEntry(OstSharedData** row_out, const uint64_t* table_id); /* OST_ERR_TABLE_MISS */

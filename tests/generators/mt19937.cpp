@@ -57,6 +57,7 @@ TEST(Mt19937, IsTheSameInAnySplit) {
     const auto start = stream_of({5, 6, 7});
     expect_model_in_any_split(start, Model(start));
     expect_model_in_any_split(start, Model(start), 5000);
+    expect_floats_between_unlike_bounds(start, Model(start));
 }
 
 TEST(Mt19937, SkipsAsItDraws) {

@@ -52,6 +52,7 @@ TEST(Mt2203, HasItsSetsConstants) {
 TEST(Mt2203, IsTheSameInAnySplit) {
     for (const std::uint32_t set : {0U, 1U, 3000U, 6023U})
         expect_model_in_any_split(stream_of(set, {set, 2}), Model(set, {set, 2}), 600);
+    expect_floats_between_unlike_bounds(stream_of(4, {5}), Model(4, {5}));
 }
 
 TEST(Mt2203, RefusesOtherMethods) {

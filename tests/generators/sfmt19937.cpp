@@ -121,6 +121,7 @@ TEST(Sfmt19937, UsesAllSeedWordsAndMendsParity) {
 TEST(Sfmt19937, IsTheSameInAnySplit) {
     expect_model_in_any_split(stream_of({5, 6, 7}), model_of({5, 6, 7}));
     expect_model_in_any_split(stream_of({8}), model_of({8}), 5000);
+    expect_floats_between_unlike_bounds(stream_of({8}), model_of({8}));
 }
 
 TEST(Sfmt19937, KeepsTheRestOfABlock) {

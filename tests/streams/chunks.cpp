@@ -64,6 +64,11 @@ TEST_F(Chunks, ShareABlockByItsTableId) {
     ASSERT_EQ(OST_OK, __ostAddChunk(&b, 9, id.words, block(), 8)); // freed, since the other one is there
     EXPECT_EQ(first, __ostSearchChunk(&b, 9));
     EXPECT_EQ(2U, row_of(id)->references);
+    OstStream forged{};
+    ASSERT_EQ(OST_OK, __ostAddChunk(&forged, 9, id.words, nvo_serv_allocate(16, 128), 16)); // no such block
+    EXPECT_NE(first, __ostSearchChunk(&forged, 9));
+    EXPECT_EQ(2U, row_of(id)->references);
+    __ostDeleteChunks(&forged);
     OstStream c{};
     ASSERT_EQ(OST_OK, __ostCopyChunks(&c, &b));
     EXPECT_EQ(first, __ostSearchChunk(&c, 9));

@@ -65,6 +65,15 @@ inline std::vector<std::uint32_t> random_key(int n) {
     return key;
 }
 
+// Bounds whose difference isn't a float: what is rounded to single precision, and when, shows in the numbers.
+template <std::size_t state_bytes, class Model>
+void expect_floats_between_unlike_bounds(Record<state_bytes> start, Model model) {
+    const float a = -1, b = 0.33333334F;
+    std::vector<float> expected(10000);
+    for (float& x : expected) x = model.as_float(model.next(), a, b);
+    EXPECT_TRUE(same_bits(expected, draw_floats(start.stream(), static_cast<std::int32_t>(expected.size()), a, b)));
+}
+
 // Skips that are sums of skips, on both sides of where the method changes and up to 2^64 - 1.
 template <std::size_t state_bytes> void expect_skips_add_up(const Record<state_bytes>& start) {
     const std::uint64_t pairs[][2] = {{1, 1 << 20},

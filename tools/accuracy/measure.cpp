@@ -211,6 +211,8 @@ template <class T> void measure(const Task<T>& task, const Samples<T>& samples, 
 void measure_all_floats(const Task<float>& task, std::vector<Subject<float>>& subjects) {
     constexpr std::uint64_t patterns = std::uint64_t{1} << 32;
     constexpr std::uint64_t block = std::uint64_t{1} << 16;
+    // Blocks are scattered, so that large errors are met early: what is well below them needs no MPFR.
+    constexpr std::uint64_t scatter = 40503; // odd
     std::atomic<std::uint64_t> next = 0;
     const unsigned count = std::max(1U, std::thread::hardware_concurrency());
     std::vector<std::vector<Subject<float>>> shares(count, subjects);
@@ -220,7 +222,8 @@ void measure_all_floats(const Task<float>& task, std::vector<Subject<float>>& su
             const QuietMode mode;
             Meter<float> meter(task, shares[who], 4093);
             std::vector<float> a(batch_size);
-            for (std::uint64_t first; (first = next.fetch_add(block)) < patterns;) {
+            for (std::uint64_t turn; (turn = next.fetch_add(1)) < patterns / block;) {
+                const std::uint64_t first = turn * scatter % (patterns / block) * block;
                 for (std::uint64_t place = first; place < first + block; place += batch_size) {
                     for (std::uint32_t i = 0; i < batch_size; ++i)
                         a[i] = std::bit_cast<float>(static_cast<std::uint32_t>(place) + i);
