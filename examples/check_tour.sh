@@ -39,9 +39,14 @@ check "season" 0 "0.0   0.7   1.4   2.6   3.0   2.4   0.8   -1.2   -3.0   -3.2  
     "$tour" --data "$data" --out "$work"
 check "status of the logarithm" 0 "One of 280 would give -∞ and status 2 singularity" \
     env NVO_ARK_MODE=ARK_ERRMODE_NOERR "$tour" --data "$data" --out "$work"
+check "a stream in a second process" 0 "0.0703360545448959   0.0703360545448959         yes" \
+    "$tour" --data "$data" --out "$work"
+check "errors of estimates" 0 "262144   0.003207   0.002864   0.000100   0.000232   0.000294   0.000000" \
+    "$tour" --data "$data" --out "$work"
 if command -v gnuplot >/dev/null; then
     check "picture" 0 "PNG" head -c 4 "$work/new/folder/airquality.png"
     check "second picture" 0 "PNG" head -c 4 "$work/new/folder/co2.png"
+    check "third picture" 0 "PNG" head -c 4 "$work/new/folder/monte_carlo.png"
 fi
 check "no gnuplot" 0 "there is no gnuplot here" env PATH=/nonexistent "$tour" --data "$data" --out "$work"
 
@@ -65,6 +70,8 @@ check "month without value" 1 "a month is missing in the CO2 data" "$tour" --dat
 check "months in disorder" 1 "or isn't in its place" "$tour" --data "$(with_csv '9{h;d};10G' co2.csv)" --out "$work"
 check "no folder for pictures" 1 "the picture can't be written to /dev/null/folder" \
     "$tour" --data "$data" --out /dev/null/folder
+head -c 300 "$work/mt19937.stream" >"$work/cut.stream"
+check "a stream cut short" 1 "__ostLoadStreamF gave the status -1103" "$tour" --go-on "$work/cut.stream"
 check "unknown option" 2 "usage: tour" "$tour" --frobnicate yes
 check "option without value" 2 "usage: tour" "$tour" --data
 to_full_disk() { "$@" >/dev/full; }
