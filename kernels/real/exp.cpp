@@ -1,5 +1,14 @@
 // Exp, Exp2, Exp10: b^x = 2^k 2^(j/N) b^r with x = (k + j/N) log_b 2 + r, 2^(j/N) from a table and b^r - 1 = p(r) by a
 // short polynomial.
+//
+// Largest errors in ulp, and where; s over all floats, d over samples (./run accuracy, --exhaustive for s):
+//
+//   sExp    0.5683   0x1.3bef32p+6: got 0x1.ee4bdep+113, want 0x1.ee4bdcp+113
+//   dExp    0.5239   -0x1.703c50529bd68p-1
+//   sExp2   0.6187   -0x1.003d76p-7: got 0x1.fd3b78p-1, want 0x1.fd3b7ap-1
+//   dExp2   0.5186   -0x1.b3e21ee363dp-5
+//   sExp10  0.5565   0x1.20fbe4p+5: got 0x1.ff493ap+119, want 0x1.ff493cp+119
+//   dExp10  0.5078   0x1.2a706cf8fe8dp+3
 
 #include "frame/kernel.h"
 #include "frame/mode.h"
