@@ -1,10 +1,11 @@
-// ./run bench: every row that has a kernel, and every generator of streams, side by side with its peers in the same
-// run.
+// ./run bench: every row that has a kernel, every generator of streams, and every function of one value, side by side
+// with its peers in the same run.
 
 #include "bench/goals.h"
 #include "bench/inputs.h"
 #include "bench/peers.h"
 #include "bench/race.h"
+#include "bench/scalars.h"
 #include "bench/streams.h"
 #include "bench/table.h"
 
@@ -23,9 +24,10 @@ using namespace bench;
 
 constexpr const char* usage = R"(usage: bench [FILTER] [OPTION...]
        bench streams [FILTER] [OPTION...]
+       bench scalar [FILTER] [OPTION...]
 
-Times the rows whose names match the regular expression FILTER; or the generators of random streams whose names match
-it; or, without one, all rows and generators and the goals.
+Times the rows whose names match the regular expression FILTER; or the generators of random streams, or the functions of
+one value, whose names match it; or, without one, all of these and the goals.
 
   --large     vectors of 1,000,000 elements as well
   --goals     the goals alone
@@ -33,10 +35,12 @@ it; or, without one, all rows and generators and the goals.
   --markdown  the page docs/benchmarks.md: vectors of 1024 elements only
 )";
 
+enum class Part { whole, streams, scalar };
+
 struct Options {
     std::string filter;
     std::regex pattern;
-    bool streams = false; // the streams alone
+    Part part = Part::whole;
     bool large = false, goals = false, peers = false, markdown = false;
 };
 
@@ -204,8 +208,10 @@ bool parse(int argc, char** argv, Options& options) {
             options.peers = true;
         } else if (argument == "--markdown") {
             options.markdown = true;
-        } else if (argument == "streams" && !options.streams && options.filter.empty()) {
-            options.streams = true;
+        } else if (argument == "streams" && options.part == Part::whole && options.filter.empty()) {
+            options.part = Part::streams;
+        } else if (argument == "scalar" && options.part == Part::whole && options.filter.empty()) {
+            options.part = Part::scalar;
         } else if (argument.starts_with("-") || !options.filter.empty()) {
             return false;
         } else {
@@ -232,6 +238,10 @@ int main(int argc, char** argv) {
     _arkSetMode(ARK_ERRMODE_IGNORE);
     const bool all = options.filter.empty();
     if (!options.peers) print_head(options.markdown);
-    if (!options.streams) print_vector_math(options);
-    if (options.streams || all) print_streams({options.pattern, all, options.goals, options.peers, options.markdown});
+    const auto takes_part = [&](Part part) { return options.part == part || (options.part == Part::whole && all); };
+    if (options.part == Part::whole) print_vector_math(options);
+    if (takes_part(Part::streams))
+        print_streams({options.pattern, all, options.goals, options.peers, options.markdown});
+    if (takes_part(Part::scalar) && !options.peers)
+        print_scalars({options.pattern, all, options.goals, options.markdown});
 }

@@ -5,5 +5,6 @@
 #pragma GCC visibility push(default)
 #include "nvo_ark/distributions.h"
 #include "nvo_ark/generators.h"
+#include "nvo_ark/scalar.h"
 #include "nvo_ark/streams.h"
 #pragma GCC visibility pop

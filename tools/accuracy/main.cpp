@@ -18,8 +18,8 @@ constexpr const char* usage =
        accuracy ROW ARGUMENT...
        accuracy --plot ROW
 
-Measures the errors of the given rows (sExp, dAddI) or operations (Exp), or of all, against MPFR, and holds them to
-their bounds.
+Measures the errors of the given rows (sExp, dAddI), operations (Exp) or functions of one value (expl, dLGamma), or of
+all, against MPFR, and holds them to their bounds.
 
   --exhaustive     all 2^32 arguments for rows of one float, samples for the others
   --markdown FILE  writes the results into FILE, and keeps its lines for rows that weren't measured
@@ -33,23 +33,30 @@ struct Request {
     bool plot = false;
     std::string page;
     std::vector<Kernel> kernels;
-    std::vector<double> arguments;
+    std::vector<std::string> scalars;
+    std::vector<std::string> arguments; // numbers
+
+    template <class T> T argument(std::size_t i) const {
+        const char* text = arguments[i].c_str();
+        return std::is_same_v<T, Extended> ? static_cast<T>(std::strtold(text, nullptr))
+                                           : static_cast<T>(std::strtod(text, nullptr));
+    }
 };
 
-std::optional<double> number(const std::string& text) {
+bool is_number(const std::string& text) {
     char* end;
-    const double x = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0') return {};
-    return x;
+    std::strtold(text.c_str(), &end);
+    return !text.empty() && *end == '\0';
 }
 
-// The kernels of a row or of an operation.
-std::vector<Kernel> kernels_called(const std::string& name) {
-    std::vector<Kernel> found;
+// Asks for the kernels of a row or of an operation, and for functions of one value.
+void add_called(const std::string& name, Request& request) {
+    const std::size_t before = request.kernels.size() + request.scalars.size();
     for (const Kernel& kernel : written_kernels())
-        if (kernel.name == name || kernel.row.op == name) found.push_back(kernel);
-    if (found.empty()) throw std::invalid_argument("no row that is written is called " + name);
-    return found;
+        if (kernel.name == name || kernel.row.op == name) request.kernels.push_back(kernel);
+    for (const std::string& scalar : scalars_called(name)) request.scalars.push_back(scalar);
+    if (request.kernels.size() + request.scalars.size() == before)
+        throw std::invalid_argument("no row that is written is called " + name);
 }
 
 Request parse(int count, char** words) {
@@ -64,16 +71,20 @@ Request parse(int count, char** words) {
             request.plot = true;
         } else if (word == "--markdown" && i + 1 < count) {
             request.page = words[++i];
-        } else if (const auto x = number(word)) {
-            request.arguments.push_back(*x);
+        } else if (is_number(word)) {
+            request.arguments.push_back(word);
         } else {
-            for (const Kernel& kernel : kernels_called(word)) request.kernels.push_back(kernel);
+            add_called(word, request);
         }
     }
-    const bool named = !request.kernels.empty();
-    if (request.plot && (!named || !request.arguments.empty())) throw std::invalid_argument("--plot takes a row");
+    const bool named = !request.kernels.empty() || !request.scalars.empty();
+    if (request.plot && (request.kernels.empty() || !request.arguments.empty()))
+        throw std::invalid_argument("--plot takes a row");
     if (!request.arguments.empty() && !named) throw std::invalid_argument("arguments of which row?");
-    if (!named) request.kernels = written_kernels();
+    if (!named) {
+        request.kernels = written_kernels();
+        request.scalars = scalars_called("");
+    }
     return request;
 }
 
@@ -109,14 +120,29 @@ template <class T> void show(const Kernel& kernel, double a, double b) {
         print(peer_columns()[peer.column].c_str(), task_of<T>(kernel, Direction::nearest), peer.function);
 }
 
+void show_scalar(const std::string& name, Extended a, Extended b) {
+    std::printf("%s %s%s\n", name.c_str(), hex_extended(a).c_str(),
+                arguments_of_scalar(name) == 2 ? (" " + hex_extended(b)).c_str() : "");
+    const char* who = "ours";
+    for (const ScalarFinding::Case& c : try_scalar(name, a, b)) {
+        std::printf("  %-18s got %-26s want %-26s error %.6g ulp\n", who, hex_extended(c.got).c_str(),
+                    hex_extended(c.want).c_str(), c.error);
+        who = "C library";
+    }
+}
+
 void show_all(const Request& request) {
     for (const Kernel& kernel : request.kernels) {
         const auto step = static_cast<std::size_t>(kernel.arguments());
         for (std::size_t i = 0; i + step <= request.arguments.size(); i += step) {
-            const double b = step == 2 ? request.arguments[i + 1] : 0;
-            kernel.row.type == 's' ? show<float>(kernel, request.arguments[i], b)
-                                   : show<double>(kernel, request.arguments[i], b);
+            const auto a = request.argument<double>(i), b = step == 2 ? request.argument<double>(i + 1) : 0;
+            kernel.row.type == 's' ? show<float>(kernel, a, b) : show<double>(kernel, a, b);
         }
+    }
+    for (const std::string& name : request.scalars) {
+        const auto step = static_cast<std::size_t>(arguments_of_scalar(name));
+        for (std::size_t i = 0; i + step <= request.arguments.size(); i += step)
+            show_scalar(name, request.argument<Extended>(i), step == 2 ? request.argument<Extended>(i + 1) : 0);
     }
 }
 
@@ -148,26 +174,39 @@ template <class T> void plot(const Kernel& kernel) {
 
 // ---- The survey -------------------------------------------------------------------------------------------------
 
+// Hands the findings to terminal and page, and keeps those that fail.
+template <class Some>
+void take(const std::vector<Some>& findings, std::optional<Page>& page, std::vector<Some>& failures) {
+    for (const Some& finding : findings) {
+        print_line(finding);
+        if (!finding.passed()) failures.push_back(finding);
+    }
+    if (!page) return;
+    page->add(findings);
+    page->write();
+}
+
 int run_survey(const Request& request) {
     std::optional<Page> page;
     if (!request.page.empty()) page.emplace(request.page, peer_columns());
     std::vector<Finding> failures;
-    print_head(peer_columns());
-    survey(request.kernels, {request.exhaustive, 1, peer_source()}, [&](const std::vector<Finding>& findings) {
-        for (const Finding& finding : findings) {
-            print_line(finding);
-            if (!finding.passed()) failures.push_back(finding);
-        }
-        if (!page) return;
-        page->add(findings);
-        page->write();
-    });
+    std::vector<ScalarFinding> scalar_failures;
+    if (!request.kernels.empty()) {
+        print_head(peer_columns());
+        survey(request.kernels, {request.exhaustive, 1, peer_source()},
+               [&](const std::vector<Finding>& findings) { take(findings, page, failures); });
+    }
+    if (!request.scalars.empty()) {
+        print_scalar_head(peer_columns().front());
+        for (const std::string& name : request.scalars) take(survey_scalar(name), page, scalar_failures);
+    }
     const std::vector<std::string> missing = gaps(request.kernels);
     for (const std::string& gap : missing) std::printf("FAIL %s\n", gap.c_str());
     for (const Finding& finding : failures) print_failure(finding);
-    const bool good = missing.empty() && failures.empty();
-    std::printf(good ? "All within their bounds.\n" : "%zu failures.\n", missing.size() + failures.size());
-    return good ? 0 : 1;
+    for (const ScalarFinding& finding : scalar_failures) print_failure(finding);
+    const std::size_t count = missing.size() + failures.size() + scalar_failures.size();
+    std::printf(count == 0 ? "All within their bounds.\n" : "%zu failures.\n", count);
+    return count == 0 ? 0 : 1;
 }
 
 } // namespace

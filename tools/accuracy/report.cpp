@@ -41,6 +41,22 @@ std::string case_text(const Finding& finding) {
     return arguments_of(finding) + ": " + result + "got " + hex(worst.got) + ", want " + hex(worst.want);
 }
 
+std::string scalar_error_text(const ScalarFinding& finding, double error) {
+    return finding.absolute ? format("%.3g", error) : error_text(error);
+}
+std::string arguments_of(const ScalarFinding& finding) {
+    const ScalarFinding::Case& worst = finding.worst;
+    return hex_extended(worst.a) + (finding.arguments == 2 ? " " + hex_extended(worst.b) : "");
+}
+std::string case_text(const ScalarFinding& finding) {
+    const ScalarFinding::Case& worst = finding.worst;
+    if (worst.error <= 0) return "";
+    return arguments_of(finding) + ": got " + hex_extended(worst.got) + ", want " + hex_extended(worst.want);
+}
+std::string scalar_mean_text(const ScalarFinding& finding) {
+    return finding.absolute ? format("%.3g", finding.mean()) : mean_text(finding.mean());
+}
+
 } // namespace
 
 void print_head(const std::vector<std::string>& peer_columns) {
@@ -66,12 +82,33 @@ void print_failure(const Finding& finding) {
                 case_text(finding).c_str(), finding.kernel->name.c_str(), arguments_of(finding).c_str());
 }
 
+void print_scalar_head(const std::string& peer_column) {
+    std::printf("%-18s %-12s %8s %9s %8s %8s %12s  worst\n", "function", "", "bound", "largest", "mean", "samples",
+                peer_column.c_str());
+}
+
+void print_line(const ScalarFinding& finding) {
+    std::printf("%-18s %-12s %8s %9s %8s %8zu %12s  %s\n", finding.name.c_str(), finding.part.c_str(),
+                bound_text(finding.bound).c_str(), scalar_error_text(finding, finding.largest()).c_str(),
+                scalar_mean_text(finding).c_str(), finding.samples, scalar_error_text(finding, finding.peer).c_str(),
+                case_text(finding).c_str());
+    std::fflush(stdout);
+}
+
+void print_failure(const ScalarFinding& finding) {
+    std::printf("FAIL %s %s: %s, bound %s, at %s\n     ./run accuracy %s %s\n", finding.name.c_str(),
+                finding.part.c_str(), scalar_error_text(finding, finding.largest()).c_str(),
+                bound_text(finding.bound).c_str(), case_text(finding).c_str(), finding.name.c_str(),
+                arguments_of(finding).c_str());
+}
+
 // ---- The page -------------------------------------------------------------------------------------------------
 
 namespace {
 
 constexpr const char* all_floats_title = "## All floats";
 constexpr const char* samples_title = "## Samples";
+constexpr const char* scalars_title = "## Functions of one value";
 
 constexpr const char* head_text =
     R"(<!-- Made by ./run accuracy --exhaustive --markdown docs/accuracy.md; do not edit. -->
@@ -115,7 +152,8 @@ void Page::read() {
     for (std::string line; std::getline(in, line);) {
         if (line == all_floats_title) section = &all_floats_;
         if (line == samples_title) section = &samples_;
-        const bool is_row = line.starts_with("| ") && !line.starts_with("| row");
+        if (line == scalars_title) section = &scalars_;
+        const bool is_row = line.starts_with("| ") && !line.starts_with("| row") && !line.starts_with("| function");
         if (section != nullptr && is_row) (*section)[row_of(line)].push_back(line);
     }
 }
@@ -134,6 +172,30 @@ void Page::add(const std::vector<Finding>& findings) {
     }
     for (auto& [row, lines] : fresh_all) all_floats_[row] = lines;
     for (auto& [row, lines] : fresh_samples) samples_[row] = lines;
+}
+
+void Page::add(const std::vector<ScalarFinding>& findings) {
+    Lines fresh;
+    for (const ScalarFinding& finding : findings) {
+        const std::string worst = case_text(finding);
+        fresh[finding.name].push_back(
+            "| " + finding.name + (finding.part.empty() ? "" : " " + finding.part) + " | " + bound_text(finding.bound) +
+            " | " + scalar_error_text(finding, finding.largest()) + " | " + scalar_mean_text(finding) + " | " +
+            std::to_string(finding.samples) + " | " + scalar_error_text(finding, finding.peer) + " |" +
+            (worst.empty() ? "" : " `" + worst + "`") + " |");
+    }
+    for (auto& [name, lines] : fresh) scalars_[name] = lines;
+}
+
+std::string Page::scalar_table() const {
+    std::string text = "| function | bound | largest | mean | samples | " + peer_columns_.front() +
+                       " | worst |\n|---|---|---|---|---|---|---|\n";
+    for (const std::string& name : scalars_called("")) {
+        const auto found = scalars_.find(name);
+        if (found == scalars_.end()) continue;
+        for (const std::string& line : found->second) text += line + "\n";
+    }
+    return text;
 }
 
 std::string Page::table(const Lines& lines) const {
@@ -163,6 +225,18 @@ void Page::write() const {
            "special values; pairs of these, nearly equal ones, and pairs whose result is near the ends of the "
            "range.\n\n"
         << table(samples_);
+    if (!scalars_.empty()) {
+        out << "\n"
+            << scalars_title
+            << "\n\n"
+               "The cores in the x87 format, in ulp of its 64 bits, by the names between `nvo_ark_kernel_` and "
+               "`_scalar`, "
+               "and the real\n"
+               "functions of streams. Samples of all exponents, and of the intervals in `tools/accuracy/scalars.def`. "
+               "A line with a\n"
+               "name behind the function's has absolute errors and an absolute bound.\n\n"
+            << scalar_table();
+    }
     if (!out) throw std::runtime_error("can't write " + file_);
 }
 
