@@ -7,9 +7,8 @@
 //
 //   lanes(x..., special)           the fast formula. Sets the sign bit of each lane of special that it can't handle
 //   lanes(x...)                    the same for a formula that can handle all
-//   outside(x...)                  of a scalar kernel: the lanes that its lanes(x...) is not for. Tested before, so
-//   that
-//                                  no flag is raised for them but by element
+//   inside(x...)                   of a scalar kernel: the lanes that its lanes(x...) is for. Tested before, so that no
+//                                  flag is raised for the others but by element
 //   shortcut(x, y, special)        results for some special lanes, which it takes out of the mask; tried before rare
 //   rare(x..., &y...)              one element, for the lanes that are special; returns the status, or nothing
 //   element(x..., &y...)           one element of a scalar kernel; returns the status, or nothing

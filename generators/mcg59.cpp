@@ -83,18 +83,7 @@ template <class Output> std::int32_t block(State& s, std::int32_t n, Output out)
 bool nvo::is_sound_MCG59(const OstStream*) { return true; }
 
 std::int32_t __ostBRngMCG59InitStream(std::int32_t method, OstStream* stream, std::int32_t n, const void* params) {
-    State& s = state_of<State>(stream);
-    switch (method) {
-    case OST_METHOD_SEED: seed(s, n, static_cast<const std::uint32_t*>(params)); return OST_OK;
-    case OST_METHOD_LEAPFROG:
-        leapfrog_multiplicative(ring, s.x, s.a, *static_cast<const std::uint32_t*>(params), n);
-        return OST_OK;
-    case OST_METHOD_SKIP:
-        skip_multiplicative(ring, s.x, s.a, *static_cast<const std::uint64_t*>(params));
-        return OST_OK;
-    case OST_METHOD_SKIP_LONG: return OST_ERR_NO_SKIP_EX;
-    default: return OST_ERR_METHOD;
-    }
+    return init_multiplicative(ring, state_of<State>(stream), seed, method, n, params);
 }
 
 std::int32_t __ostiBRngMCG59(OstStream* stream, std::int32_t n, void* r) {
