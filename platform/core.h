@@ -1,7 +1,7 @@
 /* The core services: what the kernel library imports from libnvo_core.so.2. Plain C, also for C++.
  *
  * Every function may be called from any thread at any time. None throws, and none needs a start-up call.
- * Only nvo_serv_allocate allocates memory. */
+ * Only nvo_serv_allocate and the products allocate memory. */
 #ifndef NVO_PLATFORM_CORE_H
 #define NVO_PLATFORM_CORE_H
 
@@ -65,6 +65,21 @@ typedef void (*NvoServFunction)(void);
 
 /* Finds a function of the threaded layer by its exact name. Returns null for null and for an unknown name. */
 NVO_CORE_API NvoServFunction nvo_serv_load_thread_fun(const char* name);
+
+/* Products of matrices that start no thread of their own, for bodies that run on a team. Arguments and results are
+ * those of the BLAS routine that the name ends in: matrices by columns, scalars by pointer. */
+#define NVO_BLAS_PRODUCTS(t, real)                                                                                     \
+    NVO_CORE_API void nvo_blas_x##t##gemm(const char* transa, const char* transb, const int* m, const int* n,          \
+                                          const int* k, const real* alpha, const real* a, const int* lda,              \
+                                          const real* b, const int* ldb, const real* beta, real* c, const int* ldc);   \
+    NVO_CORE_API void nvo_blas_x##t##syrk(const char* uplo, const char* trans, const int* n, const int* k,             \
+                                          const real* alpha, const real* a, const int* lda, const real* beta, real* c, \
+                                          const int* ldc);                                                             \
+    NVO_CORE_API void nvo_blas_x##t##syr(const char* uplo, const int* n, const real* alpha, const real* x,             \
+                                         const int* incx, real* a, const int* lda);
+NVO_BLAS_PRODUCTS(s, float)
+NVO_BLAS_PRODUCTS(d, double)
+#undef NVO_BLAS_PRODUCTS
 
 #ifdef __cplusplus
 }
