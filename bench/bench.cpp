@@ -1,12 +1,11 @@
-// ./run bench: every row that has a kernel, every generator of streams, and every function of one value, side by side
+// ./run bench: every row that has a kernel, and the other parts of the library, side by side
 // with its peers in the same run.
 
 #include "bench/goals.h"
 #include "bench/inputs.h"
+#include "bench/parts.h"
 #include "bench/peers.h"
 #include "bench/race.h"
-#include "bench/scalars.h"
-#include "bench/streams.h"
 #include "bench/table.h"
 
 #include "nvo_ark/vector_math.h"
@@ -23,11 +22,10 @@ namespace {
 using namespace bench;
 
 constexpr const char* usage = R"(usage: bench [FILTER] [OPTION...]
-       bench streams [FILTER] [OPTION...]
-       bench scalar [FILTER] [OPTION...]
+       bench PART [FILTER] [OPTION...]
 
-Times the rows whose names match the regular expression FILTER; or the generators of random streams, or the functions of
-one value, whose names match it; or, without one, all of these and the goals.
+Times the rows whose names match the regular expression FILTER; or what matches it of another part: streams, scalar,
+primitives, moments, quantiles, fitting; or, without one, all of these and the goals.
 
   --large     vectors of 1,000,000 elements as well
   --goals     the goals alone
@@ -35,12 +33,15 @@ one value, whose names match it; or, without one, all of these and the goals.
   --markdown  the page docs/benchmarks.md: vectors of 1024 elements only
 )";
 
-enum class Part { whole, streams, scalar };
+// Beside the rows of vector math.
+const std::map<std::string, void (*)(const PartRequest&)> parts = {
+    {"streams", print_streams}, {"scalar", print_scalars},      {"primitives", print_primitives},
+    {"moments", print_moments}, {"quantiles", print_quantiles}, {"fitting", print_fitting}};
 
 struct Options {
     std::string filter;
     std::regex pattern;
-    Part part = Part::whole;
+    std::string part; // none: the rows, and without a filter all parts
     bool large = false, goals = false, peers = false, markdown = false;
 };
 
@@ -208,10 +209,8 @@ bool parse(int argc, char** argv, Options& options) {
             options.peers = true;
         } else if (argument == "--markdown") {
             options.markdown = true;
-        } else if (argument == "streams" && options.part == Part::whole && options.filter.empty()) {
-            options.part = Part::streams;
-        } else if (argument == "scalar" && options.part == Part::whole && options.filter.empty()) {
-            options.part = Part::scalar;
+        } else if (parts.contains(argument) && options.part.empty() && options.filter.empty()) {
+            options.part = argument;
         } else if (argument.starts_with("-") || !options.filter.empty()) {
             return false;
         } else {
@@ -238,10 +237,9 @@ int main(int argc, char** argv) {
     _arkSetMode(ARK_ERRMODE_IGNORE);
     const bool all = options.filter.empty();
     if (!options.peers) print_head(options.markdown);
-    const auto takes_part = [&](Part part) { return options.part == part || (options.part == Part::whole && all); };
-    if (options.part == Part::whole) print_vector_math(options);
-    if (takes_part(Part::streams))
-        print_streams({options.pattern, all, options.goals, options.peers, options.markdown});
-    if (takes_part(Part::scalar) && !options.peers)
-        print_scalars({options.pattern, all, options.goals, options.markdown});
+    if (options.part.empty()) print_vector_math(options);
+    for (const auto& [name, print] : parts) {
+        if (options.part == name || (options.part.empty() && all))
+            print({options.pattern, all, options.goals, options.peers, options.markdown});
+    }
 }

@@ -1,6 +1,6 @@
 // Compiled with -fno-builtin: the C library's functions are called, as ours are.
 
-#include "bench/scalars.h"
+#include "bench/parts.h"
 
 #include "bench/race.h"
 #include "bench/table.h"
@@ -91,7 +91,7 @@ double hardware_root(double x) {
     return _mm_cvtsd_f64(_mm_sqrt_sd(v, v));
 }
 
-void print_lines(const std::vector<Scalar>& all, const ScalarRequest& request) {
+void print_lines(const std::vector<Scalar>& all, const PartRequest& request) {
     Table table(request.markdown, {{"function", 16, true}, {"best", 8}, {"median", 8}, {"spread", 6}, {"libm", 6}});
     for (const Scalar& scalar : all) {
         if (!std::regex_search(scalar.name, request.pattern)) continue;
@@ -120,7 +120,8 @@ std::string judge_all(const std::vector<Scalar>& all, bool markdown) {
 
 } // namespace
 
-void print_scalars(const ScalarRequest& request) {
+void print_scalars(const PartRequest& request) {
+    if (request.peers) return;
     const std::vector<Scalar> all = scalars();
     std::puts(request.markdown ? "## Functions of one value\n" : "Functions of one value:\n");
     std::puts(

@@ -1,4 +1,4 @@
-#include "bench/streams.h"
+#include "bench/parts.h"
 
 #include "bench/race.h"
 #include "bench/stream_peers.h"
@@ -178,7 +178,7 @@ void print_line(Table& table, Bench& bench, const Generator& generator, Numbers 
     table.line(cells);
 }
 
-void print_numbers(Bench& bench, const StreamRequest& request) {
+void print_numbers(Bench& bench, const PartRequest& request) {
     std::puts(request.markdown ? "### Numbers\n" : "Numbers:");
     std::vector<Column> columns = {
         {"generator", 13, true}, {"numbers", 7, true}, {"best", 8}, {"median", 8}, {"spread", 6}};
@@ -200,7 +200,7 @@ Body skipping(const Stream& stream, std::uint64_t count) {
     };
 }
 
-void print_skips(const StreamRequest& request) {
+void print_skips(const PartRequest& request) {
     struct Skip {
         const char* name;
         std::uint64_t count;
@@ -255,7 +255,7 @@ void judge(Verdicts& verdicts, Bench& bench, const Goal& goal) {
     }
 }
 
-void print_goals(Bench& bench, const StreamRequest& request) {
+void print_goals(Bench& bench, const PartRequest& request) {
     std::puts(request.markdown ? "### Goals of streams\n" : "Goals of streams:");
     std::string summary;
     {
@@ -277,7 +277,7 @@ void print_goals(Bench& bench, const StreamRequest& request) {
 // ---- The section
 // ------------------------------------------------------------------------------------------------------
 
-void print_peers(const Bench& bench, const StreamRequest& request) {
+void print_peers(const Bench& bench, const PartRequest& request) {
     std::puts(request.markdown ? "### Peers\n" : "Peers of streams:");
     Table table(request.markdown, {{"generator", 13, true}, {"numbers", 7, true}, {"peer", 72, true}, {"", 5, true}});
     for (const StreamPeer& peer : bench.peers()) {
@@ -288,7 +288,7 @@ void print_peers(const Bench& bench, const StreamRequest& request) {
 
 } // namespace
 
-void print_streams(const StreamRequest& request) {
+void print_streams(const PartRequest& request) {
     Bench bench;
     if (request.peers) return print_peers(bench, request);
     std::puts(request.markdown ? "## Streams\n" : "Streams:\n");
