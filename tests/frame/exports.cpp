@@ -160,10 +160,29 @@ Names scalars() {
             "nvo_ark_kernel_tanl_scalar"};
 }
 
+// What primitives.h declares.
+Names primitives() {
+    const std::string prefix = "nvo_dft_def_";
+    Names names;
+    for (const char* type : {"8u", "16s", "16sc", "32f", "32fc", "32s", "32sc", "64f", "64fc", "64s", "64sc"})
+        for (const std::string family : {"Copy_", "Set_", "Zero_"}) names.insert(prefix + "tyrs" + family + type);
+    for (const std::string order : {"Ascend_", "Descend_"}) {
+        for (const std::string type : {"64f", "32f", "32s", "32u", "16s", "16u", "8u"}) {
+            names.insert(prefix + "tyrsSortRadix" + order + type + "_I");
+            if (type != "64f") names.insert(prefix + "tyrsSortRadixIndex" + order + type);
+        }
+    }
+    names.insert({prefix + "ownsCopy_8u", prefix + "ownsZero_8u"});
+    for (const std::string type : {"8u", "16u", "32s", "64s", "64sc"})
+        names.insert({prefix + "ownsSet_" + type, prefix + "ownsSet_" + type + "_M7"});
+    return names;
+}
+
 Names all_exports() {
     Names names = kernels();
     names.merge(streams());
     names.merge(scalars());
+    names.merge(primitives());
     for (const Listed& row : rows) {
         const bool is_float = row.type == 's' || row.type == 'c';
         const std::string stub = std::string("_ark") + row.name;
@@ -191,7 +210,8 @@ TEST(Exports, AreWhatTheListAndTheHeaderName) {
         if (symbol.defined()) found.insert(symbol.name);
     }
     const Names expected = all_exports();
-    EXPECT_EQ(1920U + 528 + 960 + 18 + 10 + 6 + streams().size() + scalars().size(), expected.size());
+    EXPECT_EQ(1920U + 528 + 960 + 18 + 10 + 6 + streams().size() + scalars().size() + primitives().size(),
+              expected.size());
 #ifndef NVO_SANITIZED // a sanitizer exports names of its own
     EXPECT_EQ(Names{}, without(found, expected)) << "exported, but not in the list";
 #endif
