@@ -2,6 +2,8 @@
 // finite answer where a uniform number came out at the end of a domain.
 #pragma once
 
+#include "support/vector_call.h"
+
 #include "nvo_ark/vector_math.h"
 
 #include <cstdint>
@@ -39,18 +41,6 @@ private:
     std::uint32_t sse_saved_;
     std::uint32_t mode_saved_;
     ArkErrorCallBack* callback_saved_;
-};
-
-// Round each vector call: denormals are left alone.
-class VectorCall {
-public:
-    VectorCall() : mode_saved_(nvo_ark_kernel_SetMode(ARK_DENORMALS_KEEP)) {}
-    ~VectorCall() { nvo_ark_kernel_SetMode(mode_saved_); }
-    VectorCall(const VectorCall&) = delete;
-    VectorCall& operator=(const VectorCall&) = delete;
-
-private:
-    std::uint32_t mode_saved_;
 };
 
 // ---- Callbacks ------------------------------------------------------------------------------------------------------

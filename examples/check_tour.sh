@@ -19,6 +19,11 @@ check() {
     fi
 }
 
+# says NAME TEXT: the whole run must have written the text.
+says() {
+    grep -qF -- "$2" "$work/tour" || { echo "FAILED: $1: no '$2' in the whole run" && failures=$((failures + 1)); }
+}
+
 # with_csv FILTER [FILE]: a folder of the data sets, of which the sed filter has spoilt one.
 with_csv() {
     local file=${2:-airquality.csv}
@@ -28,25 +33,27 @@ with_csv() {
 check "whole run in another locale and mode" 0 "ARK_HA, ARK_ERRMODE_NOERR      0x1A02" \
     env LC_ALL=C NVO_ARK_MODE=ARK_LA,ARK_ERRMODE_STDERR "$tour" --data "$data" --out "$work/new/folder"
 [[ -s $work/stderr ]] && echo "FAILED: standard error isn't empty" && failures=$((failures + 1))
-check "correlation by independent means" 0 "temperature         0.698    0.743" "$tour" --data "$data" --out "$work"
-check "bad element mended" 0 "DEFAULT        sets 0, returns 0   2.79   0.00   0.00   1 domain   33 EDOM   invalid" \
-    "$tour" --data "$data" --out "$work"
-check "exponential fit" 0 "grows by 2.36 % a year and doubles in 29.7 years" "$tour" --data "$data" --out "$work"
-check "what the fit leaves over" 0 "1994 to 1997      361.6   362.9         -1.3                 -6.0" \
-    "$tour" --data "$data" --out "$work"
-check "forecast" 0 "2020       426.7              414          12.7" "$tour" --data "$data" --out "$work"
-check "season" 0 "0.0   0.7   1.4   2.6   3.0   2.4   0.8   -1.2   -3.0   -3.2   -2.0   -0.9" \
-    "$tour" --data "$data" --out "$work"
+check "whole run" 0 "A tour of nvo_ark" "$tour" --data "$data" --out "$work"
+mv "$work/stdout" "$work/tour"
+says "correlation by independent means" "temperature         0.698    0.743"
+says "bad element mended" "DEFAULT        sets 0, returns 0   2.79   0.00   0.00   1 domain   33 EDOM   invalid"
+says "exponential fit" "grows by 2.36 % a year and doubles in 29.7 years"
+says "what the fit leaves over" "1994 to 1997      361.6   362.9         -1.3                 -6.0"
+says "forecast" "2020       426.7              414          12.7"
+says "season" "0.0   0.7   1.4   2.6   3.0   2.4   0.8   -1.2   -3.0   -3.2   -2.0   -0.9"
 check "status of the logarithm" 0 "One of 280 would give -∞ and status 2 singularity" \
     env NVO_ARK_MODE=ARK_ERRMODE_NOERR "$tour" --data "$data" --out "$work"
-check "a stream in a second process" 0 "0.0703360545448959   0.0703360545448959         yes" \
-    "$tour" --data "$data" --out "$work"
-check "errors of estimates" 0 "262144   0.003207   0.002864   0.000100   0.000232   0.000294   0.000000" \
-    "$tour" --data "$data" --out "$work"
+says "a stream in a second process" "0.0703360545448959   0.0703360545448959         yes"
+says "errors of estimates" "262144   0.003207   0.002864   0.000100   0.000232   0.000294   0.000000"
+says "moments and quartiles" "iris     Sepal.Length     5.84        0.83       0.31      -0.61         5.1     5.8     6.4"
+says "moments in two portions" "are those from one call, up to rounding"
+says "correlation within a species" "Sepal.Width            0.74          1.00           0.18          0.23"
+says "streamed quantiles" "2      1.388   1.388      4.605    4.605      9.186    9.219     430     12500           yes"
 if command -v gnuplot >/dev/null; then
     check "picture" 0 "PNG" head -c 4 "$work/new/folder/airquality.png"
     check "second picture" 0 "PNG" head -c 4 "$work/new/folder/co2.png"
     check "third picture" 0 "PNG" head -c 4 "$work/new/folder/monte_carlo.png"
+    check "fourth picture" 0 "PNG" head -c 4 "$work/new/folder/summaries.png"
 fi
 check "no gnuplot" 0 "there is no gnuplot here" env PATH=/nonexistent "$tour" --data "$data" --out "$work"
 
@@ -68,6 +75,10 @@ check "pole of the logarithm" 1 "Ln: status 2 singularity" "$tour" --data "$(wit
 check "month without value" 1 "a month is missing in the CO2 data" "$tour" --data "$(with_csv 9s/,.*/,/ co2.csv)" \
     --out "$work"
 check "months in disorder" 1 "or isn't in its place" "$tour" --data "$(with_csv '9{h;d};10G' co2.csv)" --out "$work"
+check "species in disorder" 1 "the iris data aren't in the order of their species" \
+    "$tour" --data "$(with_csv '2{h;d};60G' iris.csv)" --out "$work"
+check "word for a number" 1 'iris.csv:9: Petal.Length is no number: "long"' \
+    "$tour" --data "$(with_csv 9s/,1.5,/,long,/ iris.csv)" --out "$work"
 check "no folder for pictures" 1 "the picture can't be written to /dev/null/folder" \
     "$tour" --data "$data" --out /dev/null/folder
 head -c 300 "$work/mt19937.stream" >"$work/cut.stream"

@@ -1,8 +1,8 @@
 // The functions of the threaded layer, fetched by name. The table is constant, so a look-up needs no lock.
 #include "platform/core.h"
+#include "platform/tridiagonal.h"
 
 #include <cstring>
-#include <initializer_list>
 
 namespace {
 
@@ -12,7 +12,14 @@ struct ThreadFunction {
 };
 
 // One row a function.
-constexpr std::initializer_list<ThreadFunction> thread_functions = {};
+#define ROW(name) \
+    { #name, (NvoServFunction)(name) }
+const ThreadFunction thread_functions[] = {
+    ROW(nvo_lapack_ps_sdttrfb), ROW(nvo_lapack_ps_ddttrfb), // factorise a tridiagonal matrix
+    ROW(nvo_lapack_ps_sdtsvb),  ROW(nvo_lapack_ps_ddtsvb),  // factorise and solve
+    ROW(nvo_lapack_sdttrsb),    ROW(nvo_lapack_ddttrsb),    // solve with the factors
+};
+#undef ROW
 
 } // namespace
 

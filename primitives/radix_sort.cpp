@@ -137,8 +137,7 @@ template <class Item, class Place> void walk(std::ptrdiff_t n, Item item, Place 
     for (; i < n; ++i) place(item(i));
 }
 
-// ---- Keys in place
-// --------------------------------------------------------------------------------------------------
+// ---- Keys in place -------------------------------------------------------------------------------------------------
 
 // Turns patterns into keys where they stand, and counts their digits.
 template <class T, Order order> void count_keys(Counters<T>& counters, std::byte* array, std::ptrdiff_t n) {
@@ -208,8 +207,7 @@ template <class T, Order order> std::int32_t sort(T* src_dst, T* buffer, std::in
     return NVO_DFT_OK;
 }
 
-// ---- Positions
-// ------------------------------------------------------------------------------------------------------
+// ---- Positions -----------------------------------------------------------------------------------------------------
 
 // The passes alternate between the two lists so that the last one ends in `sorted`.
 template <class T, Order order>

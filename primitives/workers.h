@@ -36,8 +36,7 @@ inline std::size_t bytes_to_boundary(const std::byte* p) { return -reinterpret_c
 // The compiler would make calls of memcpy and memset out of loops of stores; not if it can't follow their pointer.
 inline void hide(std::byte*& p) { asm("" : "+r"(p)); }
 
-// ---- Copy
-// -----------------------------------------------------------------------------------------------------------
+// ---- Copy ----------------------------------------------------------------------------------------------------------
 
 inline constexpr std::size_t copy_gate = 0x80000; // bytes
 inline constexpr std::size_t copy_chunk = 0x40000;
@@ -131,8 +130,7 @@ template <class Cache> void copy(const void* src, void* dst, std::size_t bytes) 
     if (left != 0) write(to + left - block_bytes, read<Block>(from + left - block_bytes));
 }
 
-// ---- Set and zero
-// ---------------------------------------------------------------------------------------------------
+// ---- Set and zero --------------------------------------------------------------------------------------------------
 
 // Elements that don't ask for the cache: half a MiB of bytes, a MiB of all others.
 template <std::size_t width> inline constexpr std::size_t fill_gate = (width == 1 ? 0x80000 : 0x100000) / width;

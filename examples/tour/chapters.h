@@ -17,6 +17,7 @@ void air_quality(const Tour& tour);
 void bad_elements(const Tour& tour);
 void co2_growth(const Tour& tour);
 void monte_carlo(const Tour& tour);
+void summaries(const Tour& tour);
 
-// What the second process of the last chapter does: prints the next numbers of a saved stream.
+// What the second process of monte_carlo does: prints the next numbers of a saved stream.
 void go_on(const Library& library, const std::filesystem::path& image);

@@ -21,6 +21,7 @@
 struct Records {
     std::vector<std::string> names;
     std::vector<double> fields;
+    std::vector<std::string> labels = {}; // texts of columns that hold text: their fields are places in this list
 
     std::int32_t width() const { return static_cast<std::int32_t>(names.size()); }
     std::int32_t count() const { return static_cast<std::int32_t>(fields.size() / names.size()); }
@@ -73,8 +74,16 @@ inline bool parse(std::string_view text, double& value) {
     throw std::runtime_error(message.str());
 }
 
-// A file of another number of rows is refused.
-inline Records read(const std::filesystem::path& path, std::int32_t rows) {
+// The place of a text in the list of labels, at whose end it is put if it's new.
+inline double place_of(std::string_view text, std::vector<std::string>& labels) {
+    const auto found = std::ranges::find(labels, text);
+    const auto place = found - labels.begin();
+    if (found == labels.end()) labels.emplace_back(text);
+    return static_cast<double>(place);
+}
+
+// A file of another number of rows is refused. Columns hold numbers, but for those named in `text`.
+inline Records read(const std::filesystem::path& path, std::int32_t rows, const std::vector<std::string>& text = {}) {
     errno = 0;
     std::ifstream file(path);
     std::string line;
@@ -89,7 +98,9 @@ inline Records read(const std::filesystem::path& path, std::int32_t rows) {
             fail(path, number, "the number of fields isn't that of the header line");
         for (std::size_t i = 0; i < parts.size(); ++i) {
             double value;
-            if (!parse(parts[i], value))
+            if (std::ranges::count(text, records.names[i]))
+                value = place_of(parts[i], records.labels);
+            else if (!parse(parts[i], value))
                 fail(path, number, records.names[i] + " is no number: \"" + std::string(parts[i]) + '"');
             records.fields.push_back(value);
         }

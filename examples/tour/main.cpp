@@ -77,6 +77,7 @@ void run(const Options& options) {
     bad_elements(tour);
     co2_growth(tour);
     monte_carlo(tour);
+    summaries(tour);
 }
 
 } // namespace

@@ -40,8 +40,7 @@ TEST_P(AccuracyOf, MeetsItsBounds) {
 INSTANTIATE_TEST_SUITE_P(Rows, AccuracyOf, testing::ValuesIn(written_kernels()),
                          [](const auto& info) { return info.param.name; });
 
-// ---- The meter itself: what it would have to notice
-// ------------------------------------------------------------------
+// ---- The meter itself: what it would have to notice ----------------------------------------------------------------
 
 template <class T> const Kernel& kernel(const char* operation) {
     for (const Kernel& k : written_kernels())

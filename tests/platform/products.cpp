@@ -1,10 +1,12 @@
 // The products against sums of products in the widest type.
 #include "platform/core.h"
 
+#include <atomic>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -80,6 +82,29 @@ TYPED_TEST(ProductsTest, OfAMatrixWithItselfFillUpperTriangle) {
     for (int j = 0; j < n; ++j)
         for (int i = 0; i < n; ++i)
             this->expect_sum(i <= j ? second[j * n + i] - 1.0L * x[i] * x[j] : second[j * n + i], c[j * n + i]);
+}
+
+// A library that hands its work space to two threads at once gives wrong numbers, now and then.
+TYPED_TEST(ProductsTest, AreTheSameOnSeveralThreads) {
+    using R = TypeParam;
+    const int n = 20, k = 800;
+    const R one = 1, zero = 0;
+    const auto x = this->random(n * k);
+    const auto product = [&] {
+        std::vector<R> c(n * n);
+        Products<R>::syrk("U", "n", &n, &k, &one, x.data(), &n, &zero, c.data(), &n);
+        return c;
+    };
+    const auto expected = product();
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 4000; ++i) wrong += product() != expected;
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(0, wrong);
 }
 
 } // namespace

@@ -1,0 +1,115 @@
+// Integration on teams: the same bits and statuses as on one thread.
+#include "tests/fitting/integrate.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+
+namespace nvo::tests {
+namespace {
+
+using Real = double;
+
+TEST(IntegrateOfThreads, SameBitsAsOneThread) {
+    constexpr std::int64_t most = 9000;
+    for (IntegralShape shape : integral_models())
+        for (const std::int64_t ny : {1, 3}) {
+            shape.ny = ny;
+            SCOPED_TRACE(shape.text());
+            IntegralSubject<Real> subject(shape);
+            std::vector<Real> a(most), b(most), serial(most * ny), r(most * ny);
+            for (Real& limit : a) limit = subject.limit();
+            for (Real& limit : b) limit = subject.limit();
+            for (const bool sorted : {false, true}) {
+                if (sorted) std::sort(a.begin(), a.end()), std::sort(b.begin(), b.end());
+                for (const std::int64_t n : {639, 640, 4095, 4096, 4097, 5120, 9000})
+                    for (const std::int64_t rhint : {DF_Y_BY_COLS, DF_Y_BY_ROWS}) {
+                        IntegrateCall<Real> integrate;
+                        integrate.rhint = rhint;
+                        integrate.left_hint = integrate.right_hint = sorted ? DF_SITE_SORTED : DF_SITE_FREE;
+                        ASSERT_EQ(integrate(subject.task(), n, a.data(), b.data(), serial.data()), DF_ST_OK);
+                        for (const int threads : {2, 3, 8}) {
+                            const Team team(threads);
+                            integrate.threading = Team::descriptor();
+                            std::fill(r.begin(), r.end(), NAN);
+                            ASSERT_EQ(integrate(subject.task(), n, a.data(), b.data(), r.data()), DF_ST_OK);
+                            ASSERT_TRUE(std::equal(serial.data(), serial.data() + n * ny, r.data()))
+                                << n << " pairs, " << threads << " threads, rhint " << rhint;
+                        }
+                    }
+            }
+        }
+}
+
+// A descriptor that only tells what it is asked for.
+struct Asked {
+    std::int64_t count, threads;
+    bool operator==(const Asked&) const = default;
+};
+std::vector<Asked> asked;
+std::int32_t pretended_threads;
+constexpr OstThreading recording = {[](std::int64_t count, std::int64_t threads, void* context, OstTeamBody* body) {
+                                        asked.push_back({count, threads});
+                                        for (std::int64_t item = 0; item < count; ++item)
+                                            body(item, item % threads, threads, context);
+                                    },
+                                    nullptr, nullptr, nullptr, [] { return pretended_threads; }};
+
+TEST(IntegrateOfThreads, ItemsOfFiveBlocksThenOfOne) {
+    IntegralSubject<Real> subject({2, 0, 0, DF_GRID_IRREGULAR, DF_Y_BY_ROWS, 50, 3});
+    constexpr std::int64_t most = 6000;
+    std::vector<Real> a(most), b(most), r(most * 3);
+    IntegrateCall<Real> integrate;
+    integrate.threading = &recording;
+    const struct {
+        std::int64_t n;
+        std::int32_t threads;
+        std::vector<Asked> expected;
+    } cases[] = {{4095, 8, {}},        {4096, 1, {}},       {4096, 2, {{6, 2}, {2, 2}}}, {4096, 6, {{6, 6}, {2, 2}}},
+                 {4096, 8, {{32, 8}}}, {4480, 7, {{7, 7}}}, {5999, 40, {{46, 40}}},      {4096, 50, {{32, 32}}}};
+    for (const auto& c : cases) {
+        asked.clear();
+        pretended_threads = c.threads;
+        ASSERT_EQ(integrate(subject.task(), c.n, a.data(), b.data(), r.data()), DF_ST_OK);
+        EXPECT_EQ(asked, c.expected) << c.n << " pairs, " << c.threads << " threads";
+    }
+}
+
+// Status i for pair i, and a failure at some: the same comes back as in a serial run.
+struct StatusOfPair {
+    std::int64_t fails_from, fails_until;
+
+    static std::int32_t give(const std::int64_t*, const std::int64_t*, const Real* lo, const std::int64_t*, const Real*,
+                             Real* r, void* params, void*) {
+        const auto& self = *static_cast<const StatusOfPair*>(params);
+        const auto pair = static_cast<std::int64_t>(*lo);
+        *r = *lo;
+        return static_cast<std::int32_t>(pair >= self.fails_from && pair < self.fails_until ? -pair : pair);
+    }
+};
+
+TEST(IntegrateOfThreads, StatusesAsOnOneThread) {
+    constexpr std::int64_t n = 6000;
+    const Real x[] = {0, n};
+    const std::vector<Real> y(2);
+    FitTask<Real> task(2, x, DF_GRID_EVEN, 1, y.data());
+    task.spline(0, 0, nullptr);
+    std::vector<Real> a(n), b(n), r(n);
+    for (std::int64_t i = 0; i < n; ++i) a[i] = static_cast<Real>(i) + 0.25, b[i] = a[i] + 0.5;
+    for (const int threads : {1, 2, 3}) {
+        const Team team(threads);
+        IntegrateCall<Real> integrate;
+        integrate.threading = Team::descriptor();
+        integrate.le_cb = integrate.re_cb = integrate.i_cb = StatusOfPair::give;
+        StatusOfPair statuses{n, n};
+        integrate.params = &statuses;
+        EXPECT_EQ(integrate(task.get(), n, a.data(), b.data(), r.data()), n - 1);
+        for (std::int64_t i = 0; i < n; ++i) ASSERT_EQ(r[i], a[i]);
+        for (const std::int64_t failure : {10, 700, 3000, 5990}) {
+            statuses = {failure, n};
+            EXPECT_EQ(integrate(task.get(), n, a.data(), b.data(), r.data()), -failure) << threads << " threads";
+        }
+    }
+}
+
+} // namespace
+} // namespace nvo::tests

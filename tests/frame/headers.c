@@ -1,0 +1,10 @@
+/* Every public header is C99 as well, in any company. */
+#include "nvo_ark/distributions.h"
+#include "nvo_ark/fitting.h"
+#include "nvo_ark/generators.h"
+#include "nvo_ark/scalar.h"
+#include "nvo_ark/statistics.h"
+#include "nvo_ark/status.h"
+#include "nvo_ark/streams.h"
+#include "nvo_ark/threading.h"
+#include "nvo_ark/vector_math.h"

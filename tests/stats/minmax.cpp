@@ -1,0 +1,92 @@
+// Minimum and maximum against the loop that defines them, to the sign of a zero.
+#include "tests/stats/sorted_data.h"
+#include "tests/support/guarded.h"
+
+namespace nvo::tests {
+namespace {
+
+template <class R> class MinmaxTest : public testing::Test {};
+using Reals = testing::Types<float, double>;
+TYPED_TEST_SUITE(MinmaxTest, Reals);
+
+template <class R, class I> void compare_with_the_loop(I p, I n, bool rows, const std::vector<I>& indices, Kind kind) {
+    const auto values = make_data<R>(kind, static_cast<std::size_t>(p * n), 5);
+    const GuardedArray<R> x(values.size()), low(static_cast<std::size_t>(p)), high(static_cast<std::size_t>(p));
+    std::copy(values.begin(), values.end(), x.data());
+    std::vector<R> expected_low, expected_high;
+    for (I j = 0; j < p; ++j) { // start values take part; here and there none can be replaced
+        R a = j % 5 == 4 ? std::numeric_limits<R>::quiet_NaN() : j % 5 == 3 ? R{0} : std::numeric_limits<R>::infinity();
+        R b = j % 5 == 4 ? R{1000} : -a;
+        low[static_cast<std::size_t>(j)] = a;
+        high[static_cast<std::size_t>(j)] = b;
+        for (const R value : variable_of(values, j, p, n, rows)) {
+            if (!indices.empty() && indices[static_cast<std::size_t>(j)] == 0) break;
+            if (a > value) a = value;
+            if (value > b) b = value;
+        }
+        expected_low.push_back(a);
+        expected_high.push_back(b);
+    }
+    StatsTask<R, I> task(p, n, rows ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS, x.data(), nullptr,
+                         indices.empty() ? nullptr : indices.data());
+    task.set(OST_STAT_PARAM_MINIMUM, low.data()).set(OST_STAT_PARAM_MAXIMUM, high.data());
+    ASSERT_EQ(OST_STAT_OK, Stats<R>::minmax(task.get(), OST_STAT_EST_MIN | OST_STAT_EST_MAX, OST_STAT_METHOD_FAST));
+    EXPECT_TRUE(same_bits(expected_low, std::vector<R>(low.data(), low.data() + p))) << p << " " << n << " " << rows;
+    EXPECT_TRUE(same_bits(expected_high, std::vector<R>(high.data(), high.data() + p))) << p << " " << n << " " << rows;
+}
+
+TYPED_TEST(MinmaxTest, AreThoseOfTheLoop) {
+    for (const bool rows : {true, false}) {
+        for (const Kind kind : {Kind::random, Kind::zeros, Kind::special}) {
+            for (const std::int32_t p : {1, 2, 3, 5, 8, 21, 70})
+                for (const std::int32_t n : {1, 2, 15, 16, 17, 100}) {
+                    compare_with_the_loop<TypeParam, std::int32_t>(p, n, rows, {}, kind);
+                    std::vector<std::int64_t> indices;
+                    for (std::int64_t j = 0; j < p; ++j) indices.push_back(j % 3);
+                    compare_with_the_loop<TypeParam, std::int64_t>(p, n, rows, indices, kind);
+                }
+            compare_with_the_loop<TypeParam, std::int32_t>(70, 1000, rows, {}, kind); // several pieces
+        }
+    }
+}
+
+TYPED_TEST(MinmaxTest, OneIsLeftAloneWhereOnlyTheOtherIsWanted) {
+    using R = TypeParam;
+    const R x[4] = {2, -1, 5, 3};
+    R low = 10, high = -10;
+    StatsTask<R> task(1, 4, OST_STAT_STORAGE_COLS, x);
+    task.set(OST_STAT_PARAM_MINIMUM, &low).set(OST_STAT_PARAM_MAXIMUM, &high);
+    EXPECT_EQ(OST_STAT_OK, Stats<R>::minmax(task.get(), OST_STAT_EST_MIN, OST_STAT_METHOD_ONE_PASS));
+    EXPECT_EQ(-1, low);
+    EXPECT_EQ(-10, high);
+    EXPECT_EQ(OST_STAT_OK, Stats<R>::minmax(task.get(), OST_STAT_EST_MAX, OST_STAT_METHOD_ONE_PASS));
+    EXPECT_EQ(5, high);
+}
+
+TEST(Minmax, Statuses) {
+    const double x[2] = {1, 2};
+    double low = 0, high = 0;
+    const std::int32_t one = 1, two = 2, no_storage = 0x40000, rows = OST_STAT_STORAGE_ROWS;
+    OstSSTask* task = nullptr;
+    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &one, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
+    std::uint32_t method = 0x100;
+    const std::pair<std::int32_t, std::function<void(OstSSTask*)>> causes[] = {
+        {OST_STAT_ERR_OBSERVATIONS, [&](auto t) { __ostiSSEditTask(t, OST_STAT_PARAM_OBSERVATIONS, &two); }},
+        {OST_STAT_ERR_DATA, [&](auto t) { __ostdSSEditTask(t, OST_STAT_PARAM_DATA, x); }},
+        {OST_STAT_ERR_MATRIX_STORAGE, [&](auto t) { __ostiSSEditTask(t, OST_STAT_PARAM_DATA_STORAGE, &no_storage); }},
+        {OST_STAT_ERR_STORAGE, [&](auto t) { __ostiSSEditTask(t, OST_STAT_PARAM_DATA_STORAGE, &rows); }},
+        {OST_STAT_ERR_MINIMUM, [&](auto t) { __ostdSSEditTask(t, OST_STAT_PARAM_MINIMUM, &low); }},
+        {OST_STAT_ERR_MAXIMUM, [&](auto t) { __ostdSSEditTask(t, OST_STAT_PARAM_MAXIMUM, &high); }},
+        {OST_STAT_ERR_METHOD, [&](auto) { method = OST_STAT_METHOD_ONE_PASS; }}};
+    const auto call = [&] { return _ostdSSMinmax(task, OST_STAT_EST_MIN | OST_STAT_EST_MAX, method); };
+    for (const auto& [status, mend] : causes) {
+        EXPECT_EQ(status, call());
+        mend(task);
+    }
+    expect_memory_errors(call, 1); // the list of variables
+    EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSMinmax(nullptr, 0, 1));
+    __ostSSDeleteTask(&task);
+}
+
+} // namespace
+} // namespace nvo::tests

@@ -1,0 +1,211 @@
+// Quantiles and order statistics against a model that sorts by totalOrder and interpolates.
+
+#include "tests/stats/sorted_data.h"
+
+#include <cmath>
+#include <cstdint>
+
+namespace {
+
+using namespace nvo::tests;
+
+constexpr std::uint64_t of_orders = OST_STAT_EST_QUANTILES, of_ranks = OST_STAT_EST_ORDER_STATS;
+
+template <class R> R quantile_of(const std::vector<R>& sorted, R order) {
+    const double h = double{order} * static_cast<double>(sorted.size() - 1);
+    const auto j = static_cast<std::size_t>(h);
+    const R part = static_cast<R>(h - static_cast<double>(j)), a = sorted[j];
+    if (part == 0 || sorted[j + 1] == a) return a;
+    return (sorted[j + 1] - a) * part + a;
+}
+
+// A case: data and what a call makes of them.
+template <class R, class I> struct Request {
+    std::int64_t p, n;
+    I storage, sorted_storage;
+    std::vector<R> x, orders;
+    std::vector<I> selected;
+    std::uint64_t estimates;
+
+    std::vector<R> quantiles, sorted;
+
+    std::int32_t operator()(const OstThreading* threading) {
+        StatsTask<R, I> task(static_cast<I>(p), static_cast<I>(n), storage, x.data(), nullptr,
+                             selected.empty() ? nullptr : selected.data());
+        const I count = static_cast<I>(orders.size());
+        quantiles.assign(static_cast<std::size_t>(p) * orders.size() + 1, -99);
+        sorted.assign(x.size(), -99);
+        task.set(OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &count).set(OST_STAT_PARAM_QUANTILE_ORDERS, orders.data());
+        task.set(OST_STAT_PARAM_QUANTILES, quantiles.data()).set(OST_STAT_PARAM_ORDER_STATISTICS, sorted.data());
+        task.set(OST_STAT_PARAM_ORDER_STATISTICS_STORAGE, &sorted_storage);
+        return Stats<R>::quantiles(task.get(), estimates, OST_STAT_METHOD_FAST, threading);
+    }
+
+    void check() const {
+        const bool rows = storage == OST_STAT_STORAGE_ROWS, sorted_rows = sorted_storage == OST_STAT_STORAGE_ROWS;
+        const std::vector<R> untouched(static_cast<std::size_t>(n), -99);
+        for (std::int64_t j = 0; j < p; ++j) {
+            const bool selects = selected.empty() || selected[static_cast<std::size_t>(j)] != 0;
+            const std::vector<R> model = in_total_order(variable_of(x, j, p, n, rows));
+            ASSERT_TRUE(same_bits(selects && (estimates & of_ranks) ? model : untouched,
+                                  variable_of(sorted, j, p, n, sorted_rows)));
+            for (std::size_t o = 0; o < orders.size(); ++o) {
+                const R got = quantiles[static_cast<std::size_t>(j) * orders.size() + o];
+                const R want = selects && (estimates & of_orders) ? quantile_of(model, orders[o]) : R{-99};
+                ASSERT_TRUE(same_bits(want, got)) << j << ' ' << orders[o] << ": " << got << ", not " << want;
+            }
+        }
+        ASSERT_EQ(-99, quantiles.back());
+    }
+};
+
+template <class Types> class Quantiles : public testing::Test {};
+template <class R, class I> struct Numbers {
+    using Real = R;
+    using Integer = I;
+};
+using AllNumbers = testing::Types<Numbers<float, std::int32_t>, Numbers<double, std::int64_t>>;
+TYPED_TEST_SUITE(Quantiles, AllNumbers);
+
+template <class R, class I> std::vector<Request<R, I>> all_runs(const std::vector<std::int64_t>& counts) {
+    std::vector<Request<R, I>> runs;
+    unsigned seed = 0;
+    for (const Kind kind : all_kinds) {
+        for (const std::int64_t n : counts) {
+            for (const std::uint64_t estimates : {of_orders, of_ranks, of_orders | of_ranks}) {
+                std::mt19937 random(++seed);
+                const auto storage = [&] {
+                    return static_cast<I>(random() % 2 ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS);
+                };
+                const std::int64_t p = 1 + random() % 6;
+                std::vector<R> orders = {1, 0, R(0.5), R(0.25), R(0.95), R(0.05), R(0.5)};
+                for (int i = 0; i < 10; ++i) orders.push_back(static_cast<R>(random() % 1000) / 999);
+                orders.resize(1 + random() % orders.size());
+                std::vector<I> selected(random() % 2 ? static_cast<std::size_t>(p) : 0);
+                for (I& s : selected) s = static_cast<I>(random() % 3 * 5);
+                runs.push_back({p,
+                                n,
+                                storage(),
+                                storage(),
+                                make_data<R>(kind, static_cast<std::size_t>(p * n), seed),
+                                orders,
+                                selected,
+                                estimates,
+                                {},
+                                {}});
+            }
+        }
+    }
+    return runs;
+}
+
+TYPED_TEST(Quantiles, AreThoseOfSortedData) {
+    using R = typename TypeParam::Real;
+    for (auto& run : all_runs<R, typename TypeParam::Integer>({1, 2, 3, 32, 33, 100, 1001, 5000, 60000})) {
+        ASSERT_EQ(OST_STAT_OK, run(nullptr));
+        run.check();
+        if (this->HasFatalFailure()) return;
+    }
+}
+
+// Many orders at once, and numbers of all sizes: halving the span of the keys gets nowhere fast here.
+TYPED_TEST(Quantiles, OfManyOrdersAndWideData) {
+    using R = typename TypeParam::Real;
+    using I = typename TypeParam::Integer;
+    Request<R, I> run{1, 20000, OST_STAT_STORAGE_COLS, OST_STAT_STORAGE_ROWS, {}, {}, {}, of_orders, {}, {}};
+    std::mt19937 random(1);
+    for (int i = 0; i < 20000; ++i) {
+        run.x.push_back(std::ldexp(R{1}, -static_cast<int>(std::min(random() % 4096, random() % 120))));
+        run.orders.push_back(static_cast<R>(random() % 20000) / 19999);
+    }
+    ASSERT_EQ(OST_STAT_OK, run(nullptr));
+    run.check();
+}
+
+TEST(QuantilesOfThreads, AreTheSameForEveryTeam) {
+    for (int threads = 1; threads <= 4; ++threads) {
+        const Team team(threads);
+        for (auto& run : all_runs<double, std::int32_t>({2000})) {
+            ASSERT_EQ(OST_STAT_OK, run(Team::descriptor()));
+            run.check();
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+TEST(QuantilesOfData, InterpolateBetweenNeighbours) {
+    const double inf = std::numeric_limits<double>::infinity();
+    Request<double, std::int32_t> run{
+        1, 4, OST_STAT_STORAGE_ROWS, OST_STAT_STORAGE_ROWS, {4, 1, 10, 2}, {0, 0.25, 0.5, 1}, {}, of_orders, {}, {}};
+    ASSERT_EQ(OST_STAT_OK, run(nullptr));
+    EXPECT_EQ((std::vector<double>{1, 1.75, 3, 10, -99}), run.quantiles);
+    // No difference of infinities, and none times 0.
+    run.x = {inf, -inf, 2, inf, -inf};
+    run.n = 5;
+    run.orders = {0, 0.2, 0.5, 0.875, 1};
+    ASSERT_EQ(OST_STAT_OK, run(nullptr));
+    EXPECT_EQ((std::vector<double>{-inf, -inf, 2, inf, inf, -99}), run.quantiles);
+}
+
+// n - 1 has no float, and its neighbour is above it.
+TEST(QuantilesOfData, RanksDontRoundInSinglePrecision) {
+    constexpr std::int32_t n = (1 << 24) + 4;
+    Request<float, std::int32_t> run{
+        1, n, OST_STAT_STORAGE_ROWS, OST_STAT_STORAGE_ROWS, std::vector<float>(n), {0.5F, 1}, {}, of_orders, {}, {}};
+    std::fill(run.x.begin(), run.x.begin() + n / 2, -1);
+    run.x.back() = 7;
+    ASSERT_EQ(OST_STAT_OK, run(nullptr));
+    EXPECT_EQ((std::vector<float>{-0.5F, 7, -99}), run.quantiles);
+}
+
+TEST(QuantilesOfData, ChecksComeInOrder) {
+    const double x[] = {3, 1, 2, 6, 5, 4}, orders[] = {0.5, -0.1}, above[] = {0.5, 1.1}, nan[] = {0.5, -NAN};
+    const std::int32_t two = 2, three = 3, zero = 0, minus = -1, one = 1, none = 0x8000,
+                       storage = OST_STAT_STORAGE_COLS;
+    std::int32_t p = 2;
+    double quantiles[3] = {-99, -99, -99}, sorted[6] = {-99};
+    OstSSTask* task = nullptr;
+    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
+    p = 0;
+    const auto call = [&](std::uint32_t method = ~1U, std::uint64_t estimates = of_orders | of_ranks) {
+        return _ostdSSQuantiles(task, estimates, method, nullptr);
+    };
+    expect_statuses(task, call,
+                    {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two},
+                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &zero},
+                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &three},
+                     {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
+                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &none},
+                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &storage},
+                     {OST_STAT_ERR_QUANTILES, OST_STAT_PARAM_QUANTILES, quantiles},
+                     {OST_STAT_ERR_QUANTILE_ORDERS, OST_STAT_PARAM_QUANTILE_ORDERS, orders},
+                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &minus},
+                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &two},
+                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, above},
+                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, nan},
+                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &one},
+                     {OST_STAT_ERR_ORDER_STATS, OST_STAT_PARAM_ORDER_STATISTICS, sorted},
+                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_ORDER_STATISTICS_STORAGE, &none},
+                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_ORDER_STATISTICS_STORAGE, &storage}});
+    EXPECT_EQ(OST_STAT_ERR_METHOD, call());
+    // Without orders, there is nothing to do, nor without a variable.
+    const std::int32_t nobody[] = {0, 0};
+    __ostiSSEditTask(task, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &zero);
+    EXPECT_EQ(OST_STAT_OK, call(1, of_orders));
+    __ostiSSEditTask(task, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &one);
+    __ostiSSEditTask(task, OST_STAT_PARAM_INDICES, nobody);
+    EXPECT_EQ(OST_STAT_OK, call(1));
+    EXPECT_EQ(-99, quantiles[0]);
+    EXPECT_EQ(-99, sorted[0]);
+
+    const std::int32_t all[] = {1, 1};
+    __ostiSSEditTask(task, OST_STAT_PARAM_INDICES, all);
+    expect_memory_errors([&] { return call(1, of_orders); }, 3);
+    expect_memory_errors([&] { return call(1); }, 2);
+    EXPECT_EQ((std::vector<double>{3, 4, -99}), std::vector<double>(quantiles, quantiles + 3));
+    EXPECT_EQ((std::vector<double>{2, 1, 3, 4, 5, 6}), std::vector<double>(sorted, sorted + 6));
+    __ostSSDeleteTask(&task);
+    EXPECT_EQ(OST_STAT_ERR_TASK, call());
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// Weighted medians against a model in integers.
+
+#include "tests/stats/sorted_data.h"
+
+#include <cstdint>
+#include <numeric>
+#include <optional>
+
+namespace {
+
+using namespace nvo::tests;
+
+// The values are 0, 1, 2, ... in this order; weights w/1, the order q/64. Where weights are powers of two, all is
+// exact.
+double quantile_of_ranks(const std::vector<int>& w, int q) {
+    const auto n = static_cast<int>(w.size());
+    const auto place = [](int i) { return static_cast<std::size_t>(i); };
+    const int all = std::accumulate(w.begin(), w.end(), 0), share = all * q; // share and the sums below are in 64ths
+    int k = 0, sum = 0;
+    while ((sum += 64 * w[place(k)]) < share) ++k;
+    const int before = sum - 64 * w[place(k)];
+    if (sum == share && n % 2 == 0 && k < n - 1) {
+        const auto next = std::find_if(w.begin() + k + 1, w.end(), [](int weight) { return weight > 0; });
+        return (k + static_cast<double>(std::min<std::ptrdiff_t>(next - w.begin(), n - 1))) / 2;
+    }
+    if (sum == share || before == 0) return k;
+    if (n % 2 != 0 && before == (all - w[place(k)]) * q) return k;
+    int i = k - 1;
+    while (w[place(i)] == 0) --i;
+    return i + (k - i) * ((share - before) / 64.0) / w[place(k)];
+}
+
+template <class R, class I> void check_random_cases() {
+    std::mt19937 random(1);
+    for (int run = 0; run < 20000; ++run) {
+        const std::size_t n = 1 + random() % 9, p = 1 + random() % 3;
+        const bool rows = random() % 2 != 0, weighted = random() % 8 != 0;
+        std::vector<int> ranks(n), w(n);
+        std::iota(ranks.begin(), ranks.end(), 0);
+        std::vector<R> x(p * n), weights(n), out(p + 1, -99);
+        const std::size_t left_out = random() % 4;
+        std::vector<I> selected(p, 3);
+        if (left_out < p) selected[left_out] = 0;
+        constexpr int kinds[] = {0, 0, 1, 1, 1, 2, 4, 16};
+        for (std::size_t i = 0; i < n; ++i) weights[i] = static_cast<R>(w[i] = weighted ? kinds[random() % 8] : 1);
+        std::vector<std::optional<double>> want(p);
+        const int q = random() % 3 == 0 ? 32 : static_cast<int>(random() % 65);
+        for (std::size_t j = 0; j < p; ++j) {
+            std::shuffle(ranks.begin(), ranks.end(), random);
+            std::vector<int> by_rank(n);
+            for (std::size_t i = 0; i < n; ++i) {
+                x[rows ? j * n + i : i * p + j] = static_cast<R>(ranks[i]);
+                by_rank[static_cast<std::size_t>(ranks[i])] = w[i];
+            }
+            if (selected[j] != 0) want[j] = quantile_of_ranks(by_rank, q);
+        }
+        const R order = static_cast<R>(q) / 64;
+        StatsTask<R, I> task(static_cast<I>(p), static_cast<I>(n), rows ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS,
+                             x.data(), weighted ? weights.data() : nullptr, selected.data());
+        task.set(OST_STAT_PARAM_QUANTILES, out.data()).set(OST_STAT_PARAM_QUANTILE_ORDERS, &order);
+        ASSERT_EQ(OST_STAT_OK, Stats<R>::weighted_median(task.get(), 0, 0));
+        for (std::size_t j = 0; j < p; ++j)
+            ASSERT_EQ(want[j].value_or(-99), out[j]) << testing::PrintToString(w) << ' ' << q;
+        ASSERT_EQ(-99, out[p]);
+    }
+}
+
+TEST(WeightedMedian, IsThatOfAModelInIntegers) {
+    check_random_cases<float, std::int32_t>();
+    check_random_cases<double, std::int64_t>();
+}
+
+double median(const std::vector<double>& x, const std::vector<double>& w, double order) {
+    double result = -99;
+    StatsTask<double> task(1, static_cast<std::int32_t>(x.size()), OST_STAT_STORAGE_ROWS, x.data(), w.data());
+    task.set(OST_STAT_PARAM_QUANTILES, &result).set(OST_STAT_PARAM_QUANTILE_ORDERS, &order);
+    EXPECT_EQ(OST_STAT_OK, _ostdSSWMedian(task.get(), 0, 0));
+    return result;
+}
+
+// The sum of all weights rounds otherwise than the walk's: an order of 1 may never be reached, or passed by.
+TEST(WeightedMedian, WeightsThatRoundEndAtTheLargest) {
+    std::mt19937 random(1);
+    for (int run = 0; run < 200; ++run) {
+        std::vector<double> x = make_data<double>(Kind::random, 100, random()), w(100);
+        for (double& weight : w) weight = std::ldexp(static_cast<double>(random()), -30);
+        EXPECT_NEAR(*std::max_element(x.begin(), x.end()), median(x, w, 1), 1e-12);
+    }
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(8, median({9, 7, 8}, {0, nan, 1}, 0.5));
+    EXPECT_EQ(9, median({9, 7, 8}, {-1, -1, -1}, 0.1));
+    EXPECT_EQ(8, median({9, 7, 8}, {1, 1, inf}, 0.5));
+    EXPECT_EQ(inf, median({inf, inf, inf}, {1, 1, 3}, 0.5));
+    EXPECT_EQ(-inf, median({-inf, -inf, -inf, 0}, {1, 2, 1, 1}, 0.5));
+    EXPECT_EQ(8, median({nan, 7, 9, -nan, 8}, {1, 1, 1, 1, 1}, 0.5));
+    EXPECT_EQ(1.75e308, median({1.7e308, 1.79e308, 0, 1.71e308}, {1, 1, 1, 1}, 0.75));
+}
+
+// A float takes no more ones after 2^24.
+TEST(WeightedMedian, AddsUpFloatsInDouble) {
+    std::vector<float> x(101), w(101, 1);
+    std::iota(x.begin(), x.end(), 0.0F);
+    w[0] = 1 << 24;
+    const float order = 1 - 0x1p-18F; // of 2^24 + 100: 2^24 + 36, almost
+    float result = -99;
+    StatsTask<float> task(1, 101, OST_STAT_STORAGE_ROWS, x.data(), w.data());
+    task.set(OST_STAT_PARAM_QUANTILES, &result).set(OST_STAT_PARAM_QUANTILE_ORDERS, &order);
+    EXPECT_EQ(OST_STAT_OK, _ostsSSWMedian(task.get(), 0, 0));
+    EXPECT_NEAR(36, result, 1e-3);
+}
+
+TEST(WeightedMedian, ChecksComeInOrder) {
+    const double x[] = {3, 1, 2}, order = 0.5, above = 1.5;
+    const std::int32_t n = 3, none = 4, storage = OST_STAT_STORAGE_COLS;
+    std::int32_t p = 1;
+    double quantile = -99;
+    OstSSTask* task = nullptr;
+    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &p, &n, nullptr, nullptr, nullptr, nullptr, 0));
+    p = 0;
+    const auto call = [&] { return _ostdSSWMedian(task, 0, 0); };
+    expect_statuses(task, call,
+                    {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &n},
+                     {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
+                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &none},
+                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &storage},
+                     {OST_STAT_ERR_QUANTILES, OST_STAT_PARAM_QUANTILES, &quantile},
+                     {OST_STAT_ERR_QUANTILE_ORDERS, OST_STAT_PARAM_QUANTILE_ORDERS, &above},
+                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, &order}});
+    p = 1;
+    __ostiSSEditTask(task, OST_STAT_PARAM_DIMENSION, &p);
+    EXPECT_EQ(-99, quantile);
+    expect_memory_errors(call, 1);
+    EXPECT_EQ(2, quantile);
+    __ostSSDeleteTask(&task);
+    EXPECT_EQ(OST_STAT_ERR_TASK, call());
+}
+
+} // namespace
