@@ -17,9 +17,11 @@ inline void radix_sort(double* x, double* buffer, std::int32_t n) {
     nvo_dft_def_tyrsSortRadixAscend_64f_I(x, buffer, n);
 }
 
-// The radix sort counts in 32 bits; what is longer is left to quicksort.
+// The radix sort counts in 32 bits, and below some hundred elements its counters cost more than they. Quicksort takes
+// the rest; in total order there is but one result.
 template <Real R> void sort_numbers(R* x, R* buffer, std::int64_t n) {
-    if (n <= std::numeric_limits<std::int32_t>::max()) {
+    constexpr std::int64_t fewest = 100, most = std::numeric_limits<std::int32_t>::max();
+    if (n >= fewest && n <= most) {
         radix_sort(x, buffer, static_cast<std::int32_t>(n));
     } else {
         quicksort(Dense<R, ByTotalOrder>{x}, n);

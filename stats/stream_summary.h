@@ -47,11 +47,7 @@ template <Real R> struct Elements {
 
 // Ascending in total order, as all elements here are, NaNs included. Ranks from 1 on. The buffer is of the same length.
 template <Real R> void sort_block(Elements<R> block, std::int64_t n, R* buffer) {
-    constexpr std::int64_t too_short_for_radix = 100; // its counters cost more than the elements
-    if (n < too_short_for_radix)
-        quicksort(Dense<R, ByTotalOrder>{block.values}, n);
-    else
-        sort_numbers(block.values, buffer, n);
+    sort_numbers(block.values, buffer, n);
     for (std::int64_t i = 0; i < n; ++i) block.rmin[i] = block.rmax[i] = i + 1;
 }
 
