@@ -9,7 +9,7 @@ namespace bench {
 namespace {
 
 // Prints the version, then a line for each kind of numbers.
-constexpr const char* program = R"(
+constexpr const char* generators_program = R"(
 import sys, time
 import numpy as np
 n = int(sys.argv[1])
@@ -42,19 +42,22 @@ std::string output_of(const std::string& command) {
 
 } // namespace
 
-NumpyTimes time_numpy(int count) {
+NumpyTimes run_numpy(const std::string& program, const std::string& arguments) {
     NumpyTimes result;
     // The one on the path may be another one than the system's, to which the package belongs.
     for (const char* python : {"/usr/bin/python3", "python3"}) {
         std::istringstream lines(
-            output_of(std::string(python) + " -c '" + program + "' " + std::to_string(count) + " 2>/dev/null"));
+            output_of(std::string(python) + " -c '" + program + "' " + arguments + " 2>/dev/null"));
         if (!std::getline(lines, result.version)) continue;
-        std::string generator, numbers;
-        std::array<double, 2> times;
-        while (lines >> generator >> numbers >> times[0] >> times[1]) result.times[generator + " " + numbers] = times;
+        for (std::string line; std::getline(lines, line);) {
+            const std::size_t second = line.rfind(' '), first = line.rfind(' ', second - 1);
+            result.times[line.substr(0, first)] = {std::stod(line.substr(first)), std::stod(line.substr(second))};
+        }
         break;
     }
     return result;
 }
+
+NumpyTimes time_numpy(int count) { return run_numpy(generators_program, std::to_string(count)); }
 
 } // namespace bench

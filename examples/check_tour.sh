@@ -49,11 +49,14 @@ says "moments and quartiles" "iris     Sepal.Length     5.84        0.83       0
 says "moments in two portions" "are those from one call, up to rounding"
 says "correlation within a species" "Sepal.Width            0.74          1.00           0.18          0.23"
 says "streamed quantiles" "2      1.388   1.388      4.605    4.605      9.186    9.219     430     12500           yes"
+says "splines" "Akima     mean of both sides, the smoother one counts more    0.52      1.89        1.32       -1.93"
+says "levels as integrals" "1971   326.15   0.63      1984   344.25   1.64      1997   363.82   1.14"
 if command -v gnuplot >/dev/null; then
     check "picture" 0 "PNG" head -c 4 "$work/new/folder/airquality.png"
     check "second picture" 0 "PNG" head -c 4 "$work/new/folder/co2.png"
     check "third picture" 0 "PNG" head -c 4 "$work/new/folder/monte_carlo.png"
     check "fourth picture" 0 "PNG" head -c 4 "$work/new/folder/summaries.png"
+    check "fifth picture" 0 "PNG" head -c 4 "$work/new/folder/splines.png"
 fi
 check "no gnuplot" 0 "there is no gnuplot here" env PATH=/nonexistent "$tour" --data "$data" --out "$work"
 

@@ -30,19 +30,19 @@ template <Real R> using Two = Lanes<R, 2>;
 
 // ---- sums ----------------------------------------------------------------------------------------------------------
 
-// The sum of the terms of pieces begin, ..., end - 1, two at a time: terms(k, l) are those of pieces k and l. Numbers
-// of pieces are hard to predict, so that the first two are masked, and not branched upon: piece `begin` is there even
-// if it doesn't count.
+// The sum of the terms of pieces begin, ..., end - 1, two at a time: terms(k) are those of pieces k and k + 1. Numbers
+// of pieces are hard to predict, so that what doesn't count is masked, and not branched upon. Pieces begin - 1 and end
+// exist, and no other one is touched.
 template <Real R, class Terms>
 [[gnu::always_inline]] inline R plain_sum(int64_t begin, int64_t end, const Terms& terms) {
     static constexpr LaneMask<R, 2> counted[] = {{0, 0}, {-1, 0}, {-1, -1}};
     Two<R> sum{};
-    int64_t k = begin;
+    int64_t left = end - begin, k = std::min(begin, end - 1);
     do {
-        const int64_t left = std::min<int64_t>(end - k, 2);
-        sum += from_bits<R>(bits(terms(k, k + (left == 2))) & counted[left]);
+        sum += from_bits<R>(bits(terms(k)) & counted[std::min<int64_t>(left, 2)]);
+        left -= 2;
         k += 2;
-    } while (k < end);
+    } while (left > 0);
     return sum[0] + sum[1];
 }
 
@@ -80,6 +80,12 @@ template <class V, std::size_t n> V antiderivative(const std::array<V, n>& a, V 
     return sum * t;
 }
 
+// One of the two polynomials in both places.
+template <class V, std::size_t n> std::array<V, n> same(const std::array<V, n>& a, int lane) {
+    return [&]<std::size_t... k>(std::index_sequence<k...>) { return std::array<V, n>{splat<V>(a[k][lane])...}; }
+    (std::make_index_sequence<n>());
+}
+
 // Of any order: with a[k] formed where it is needed.
 template <Real R> struct Quotients {
     const R *c, *d;
@@ -92,6 +98,11 @@ template <Real R> Two<R> antiderivative(const Quotients<R>& a, Two<R> t) {
     Two<R> sum = a[a.order - 1];
     for (int64_t k = a.order - 1; k-- > 0;) sum = sum * t + a[k];
     return sum * t;
+}
+
+template <Real R> Quotients<R> same(const Quotients<R>& a, int lane) {
+    const R* const c = lane == 0 ? a.c : a.d;
+    return {c, c, a.order};
 }
 
 // length times the mean value between t[0] and t[1]: v^(k+1) - u^(k+1) is v - u times h[k] = v^k + v^(k-1) u + ... +
@@ -184,11 +195,15 @@ template <Real R> struct Polynomial<R, IntegralModel::Arb> : ByAntiderivative<R,
 // are measured from there.
 template <Real R, Grid grid> class BetweenBreaks {
 public:
-    static constexpr bool begins_at_centre = true;
+    static constexpr bool begins_at_centre = true, pieces_are_cells = true;
 
     explicit BetweenBreaks(const TaskRecord<R>& task) : x_(task), nx_(task.nx) {}
 
-    int64_t piece(R, int64_t cell) const { return std::clamp<int64_t>(cell, 1, nx_ - 1) - 1; }
+    int64_t piece(R, int64_t cell) const {
+        if (static_cast<std::uint64_t>(cell - 1) >= static_cast<std::uint64_t>(nx_ - 1)) [[unlikely]]
+            return cell == 0 ? 0 : nx_ - 2;
+        return cell - 1;
+    }
     R centre(int64_t k) const { return x_.at(k); }
     static R begin(int64_t) { return 0; }
     R end(int64_t k) const { return x_.width(k); }
@@ -200,7 +215,7 @@ private:
 
 template <Real R, Grid grid, Subgrid subgrid> class BetweenKnots {
 public:
-    static constexpr bool begins_at_centre = false;
+    static constexpr bool begins_at_centre = false, pieces_are_cells = false;
 
     explicit BetweenKnots(const TaskRecord<R>& task) : x_(task), knots_(task), nx_(task.nx) {}
 
@@ -239,7 +254,14 @@ public:
             const V parts = P::to(a, bound, t); // from lo to the end, and from hi to the begin
             return (parts[0] + whole) - parts[1];
         }
+        // Of two pairs that aren't in one piece.
+        V integrals(V lo, V hi) const {
+            const V from_lo = P::to(same(a, 0), splat<V>(bound[0]), lo - splat<V>(centre[0]));
+            const V from_hi = P::to(same(a, 1), splat<V>(bound[1]), hi - splat<V>(centre[1]));
+            return (from_lo + whole) - from_hi;
+        }
     };
+    static constexpr bool pieces_are_cells = Pieces::pieces_are_cells;
 
     int64_t piece(R limit, int64_t cell) const { return pieces_.piece(limit, cell); }
     R product(int64_t k, R lo, R hi) const {
@@ -253,7 +275,7 @@ public:
     [[gnu::always_inline]] Span span(int64_t first, int64_t last) const {
         const auto a = both(first, last);
         const V bound = P::bound(a, V{pieces_.end(first), pieces_.begin(last)});
-        const R whole = sum_between<R>(first, last, [&](int64_t k, int64_t l) { return whole_pieces(k, l); });
+        const R whole = sum_between<R>(first, last, [&](int64_t k) { return whole_pieces(k, k + 1); });
         return {a, V{pieces_.centre(first), pieces_.centre(last)}, bound, whole, first == last};
     }
 
@@ -303,7 +325,7 @@ public:
     }
     R begin(int64_t k) const { return x_.at(std::max<int64_t>(k - 1, 0)); }
     R end(int64_t k) const { return x_.at(k); }
-    R width(int64_t k) const { return x_.width(k - 1); }
+    R width(int64_t k) const { return x_.width(std::max<int64_t>(k - 1, 0)); } // nor is the first one
 
 private:
     Breaks<R, grid> x_;
@@ -312,6 +334,8 @@ private:
 
 template <Real R, class Pieces, Store store> class Steps {
 public:
+    static constexpr bool pieces_are_cells = false;
+
     Steps(const TaskRecord<R>& task, int64_t function) : pieces_(task), y_(task), function_(function) {}
 
     struct Span {
@@ -329,8 +353,8 @@ public:
     R product(int64_t k, R lo, R hi) const { return (hi - lo) * y(k); }
     static void prefetch(int64_t) {}
     Span span(int64_t first, int64_t last) const {
-        const R whole = sum_between<R>(first, last, [&](int64_t k, int64_t l) {
-            return Two<R>{pieces_.width(k), pieces_.width(l)} * Two<R>{y(k), y(l)};
+        const R whole = sum_between<R>(first, last, [&](int64_t k) {
+            return Two<R>{pieces_.width(k), pieces_.width(k + 1)} * Two<R>{y(k), y(k + 1)};
         });
         return {y(first), y(last), pieces_.end(first), pieces_.begin(last), whole, first == last};
     }
@@ -347,6 +371,22 @@ private:
 
 constexpr int64_t ahead = 12;                  // pairs: about as long as memory takes
 constexpr int64_t cached_coefficients = 32768; // of more, those that are wanted next are fetched
+
+// Pairs in order, in the same two cells as pair i, from there on: two at a time. Returns the first pair that isn't
+// done.
+template <class Span, Real R>
+[[gnu::noinline]] int64_t integrate_run(const Span& span, const LimitPairs<R>& pairs, int64_t i, R* r) {
+    using Cells = Lanes<int64_t, 2>;
+    const auto lo_cell = splat<Cells>(pairs.left_cell[i]), hi_cell = splat<Cells>(pairs.right_cell[i]);
+    for (; i + 2 <= pairs.n; i += 2) {
+        const auto lo = load<Two<R>>(pairs.left + i), hi = load<Two<R>>(pairs.right + i);
+        const auto other_cells =
+            (load<Cells>(pairs.left_cell + i) ^ lo_cell) | (load<Cells>(pairs.right_cell + i) ^ hi_cell);
+        if (!(lo[0] < hi[0] && lo[1] < hi[1]) || (other_cells[0] | other_cells[1]) != 0) break;
+        store(r + i, span.integrals(lo, hi));
+    }
+    return i;
+}
 
 // Not inlined, since it is called in two places.
 template <class Model, Real R>
@@ -378,6 +418,15 @@ template <class Model, Real R>
             if (i < prefetched) {
                 model.prefetch(pairs.left_cell[i + ahead]);
                 model.prefetch(pairs.right_cell[i + ahead]);
+            }
+        } else if constexpr (Model::pieces_are_cells) {
+            if (first != last && !swapped) {
+                const auto copy = span; // the other one stays in registers
+                const int64_t next = integrate_run(copy, pairs, i, r);
+                if (next > i) {
+                    i = next - 1;
+                    continue;
+                }
             }
         }
         const R integral = span.integral(lo, hi);

@@ -18,6 +18,7 @@ void bad_elements(const Tour& tour);
 void co2_growth(const Tour& tour);
 void monte_carlo(const Tour& tour);
 void summaries(const Tour& tour);
+void splines(const Tour& tour);
 
 // What the second process of monte_carlo does: prints the next numbers of a saved stream.
 void go_on(const Library& library, const std::filesystem::path& image);

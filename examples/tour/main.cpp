@@ -78,6 +78,7 @@ void run(const Options& options) {
     co2_growth(tour);
     monte_carlo(tour);
     summaries(tour);
+    splines(tour);
 }
 
 } // namespace

@@ -200,12 +200,97 @@ NVO_ARK_SS_GROUPED_EDITORS(d, double)
 
 /* ---- Moments and covariance ------------------------------------------------------------------------------------ */
 
+/* Moments, sums, kurtosis, skewness, coefficient of variation, covariance, correlation, cross-products: any mix of them
+ * in one call. With weights w, W their sum and W2 that of their squares (W = W2 = n without weights), means m:
+ *
+ *   RAW1 ... RAW4             sum of w x^k / W; RAW1 is the mean        SUM1 ... SUM4     sum of w x^k
+ *   CENTRAL2                  CSUM2 W / (W^2 - W2), the variance         CSUM2 ... CSUM4   sum of w (x - m)^k
+ *   CENTRAL3, CENTRAL4        CSUM3 / W, CSUM4 / W
+ *   KURTOSIS                  CENTRAL4 / CENTRAL2^2 - 3                 SKEWNESS          CENTRAL3 / CENTRAL2^(3/2)
+ *   VARIATION                 CENTRAL2^(1/2) / RAW1
+ *   CROSS_PRODUCT             sum of w (x_i - m_i) (x_j - m_j)          COV               CROSS_PRODUCT / (W - W2 / W)
+ *   COR                       correlations, and on the diagonal the variances
+ *
+ * What is divided by 0 comes out as the arithmetic has it: one observation has the variance 0 / 0, constant data have
+ * the skewness 0 / 0. COR reports a variance of 0 as InvSqrt does, by the thread's error mode.
+ *
+ * Methods; one of the first three, or none of them and the last:
+ *
+ *   FAST        Sums of powers, central results from them; cross-products by BLAS. Errors of a variance grow with
+ *               (m / deviation)^2: for data whose mean isn't far beyond their spread. Observations of weight 0 are
+ *               passed over; with cross-products, what they hold must be finite.
+ *   ONE_PASS    Updates of means and central sums, observation by observation; errors grow with m / deviation. The
+ *               observations of weight 0 in front are passed over. (B. P. Welford, Technometrics 4 (1962), 419-420;
+ *               P. Pebay, Sandia Report SAND2008-6212 (2008).)
+ *   TWO_PASS    Central sums about the means that `mean` holds on entry; as accurate as these are. Cross-products, by
+ *               BLAS: sums of w x_i x_j less W m_i m_j, with the errors of FAST.
+ *   FROM_SUMS   No data: RAW from the arrays of SUM, CENTRAL from CSUM, COV and COR from cross_product; the ratios from
+ *               the moments as they stand then. With W and W2 from accumulated_weights, or both n. SUM, CSUM and
+ *               CROSS_PRODUCT can't be had so.
+ *
+ * All sums are in the precision of the task. Relative errors are some n^(1/2) epsilon times the factors above, n
+ * epsilon at worst. An estimate has the same bits whatever else is asked for, except cross-products of BLAS.
+ *
+ * Arrays that have to be registered, beside that of the estimate itself, matrices with their storage:
+ *
+ *   CENTRAL2, 3, 4            mean and the raw moments 2, ..., k         from sums: central_sum_k
+ *   KURTOSIS                  mean, raw moments 2 to 4, central 2, 4     from sums: mean, central 2, 4
+ *   SKEWNESS                  mean, raw moments 2, 3, central 2, 3       from sums: mean, central 2, 3
+ *   VARIATION                 mean, raw moment 2, central 2              from sums: mean, central 2
+ *   CSUM2, 3, 4               mean; FAST: the raw moments 2, ..., k too
+ *   COV, COR, CROSS_PRODUCT   mean                                       from sums: cross_product
+ *   RAW1, ..., RAW4           nothing                                    from sums: the sum of the order
+ *   any, TWO_PASS             mean
+ *
+ * They are written, too. So are, of the other orders that are computed on the way, the arrays from which a later call
+ * goes on. Everything else stays as it is, and so does whatever belongs to a variable that `indices` leaves out.
+ *
+ * Data in portions: with accumulated_weights registered, {0, 0} at first, a call goes on from the one before. Ask for
+ * the same estimates with the same method, p and arrays each time; data, n and weights are the portion's. What is there
+ * is taken: raw orders from the moments, else from the sums; central orders from the central sums, else from the
+ * moments; the matrix from cross_product, else from cov, else from cor. For ONE_PASS orders 3 and 4 of the central kind
+ * are updated by the lower ones: register central moments (or sums) of all orders below for results as exact as those
+ * of one call. Without them they are made anew from the raw moments, with errors as of FAST; without these either
+ * (central sums alone) they begin at 0 in each portion, and the result is wrong. For TWO_PASS central sums add up about
+ * the means that each call is given: give the same, those of all the data. Matrices are right after a call that is
+ * given the means of all so far.
+ *
+ * Checks, in this order: task; dimension; the method (OST_STAT_ERR_METHOD); estimates that can't be had from sums
+ * (OST_STAT_ERR_METHOD); the needed arrays, in the order mean, raw 2 to 4, central 2 to 4, cov, cor, kurtosis,
+ * skewness, variation, sum, raw sums 2 to 4, central sums 2 to 4, cross_product; that a matrix has no more than 2^31 -
+ * 1 rows (OST_STAT_ERR_DIMENSION); then observations, data, data_storage (OST_STAT_ERR_MATRIX_STORAGE) and its value;
+ * from sums that there are accumulated_weights, or observations and no weights (OST_STAT_ERR_ACC_WEIGHTS). Bits of
+ * other entries' estimates and methods aren't looked at.
+ *
+ * A team has at most n / 16 threads, and one for each 8192 of n p values, or of n p^2 products for a matrix. Each works
+ * on a piece of the observations, and their sums are merged in the order of the pieces (T. F. Chan, G. H. Golub, R. J.
+ * LeVeque, Stanford Report STAN-CS-79-773 (1979)). So results depend on the number of threads, in their last bits, but
+ * not on the run. Scratch: some 8 p numbers a thread; for a matrix p^2 more, and with weights or ONE_PASS copies of a
+ * block of observations, of 256 KiB or 64 observations.
+ *
+ * OST_STAT_ERR_MEMORY: nothing has been written. TWO_PASS keeps a copy of the means, from which cross-products go on;
+ * if only that can't be had, the results are there, and a call that goes on takes the means that it is given. */
 int32_t _ostsSSBasic(OstSSTask* task, uint64_t estimates, uint32_t method, const OstThreading* threading);
 int32_t _ostdSSBasic(OstSSTask* task, uint64_t estimates, uint32_t method, const OstThreading* threading);
 
+/* Smallest and largest values: OST_STAT_EST_MIN and OST_STAT_EST_MAX, by FAST or ONE_PASS. The arrays are running
+ * values: what they hold takes part, so begin with infinities, or with the first observation. x replaces a minimum m if
+ * m > x and a maximum if x > m: NaN never gets in nor out, and of zeros the first stays. No team.
+ *
+ * Checks: task, dimension, observations, data, data_storage (OST_STAT_ERR_MATRIX_STORAGE), its value, minimum, maximum,
+ * method (OST_STAT_ERR_METHOD). Data in rows take a list of p integers as scratch; OST_STAT_ERR_MEMORY comes before
+ * anything is written. */
 int32_t _ostsSSMinmax(OstSSTask* task, uint64_t estimates, uint32_t method);
 int32_t _ostdSSMinmax(OstSSTask* task, uint64_t estimates, uint32_t method);
 
+/* Absolute deviations, a variable a thread: OST_STAT_EST_MEDIAN_AD is the median of |x - median|, by FAST;
+ * OST_STAT_EST_MEAN_AD the weighted mean of |x - mean|, with the mean computed by FAST, or by TWO_PASS as `mean` has
+ * it. Medians are those of the quantile entry, without weights; means those of the entry above, on one variable.
+ *
+ * Checks: task, dimension, observations, data, data_storage (OST_STAT_ERR_MATRIX_STORAGE), its value;
+ * median_abs_deviation; mean_abs_deviation, a method for the mean, the given mean; a method for the median. Scratch: n
+ * numbers a thread, and that of the entries inside. A status of theirs is the result; then some variables may have
+ * theirs and others not. */
 int32_t _ostsSSMAD(OstSSTask* task, uint64_t estimates, uint32_t method, const OstThreading* threading);
 int32_t _ostdSSMAD(OstSSTask* task, uint64_t estimates, uint32_t method, const OstThreading* threading);
 

@@ -73,16 +73,16 @@ TEST(IntegrateOfThreads, ItemsOfFiveBlocksThenOfOne) {
     }
 }
 
-// Status i for pair i, and a failure at some: the same comes back as in a serial run.
+// Status i for pair i, and failures from some pair on: the last one that isn't negative comes back, or the first
+// failure, and then the blocks before it have been written.
 struct StatusOfPair {
-    std::int64_t fails_from, fails_until;
+    std::int64_t fails_from;
 
     static std::int32_t give(const std::int64_t*, const std::int64_t*, const Real* lo, const std::int64_t*, const Real*,
                              Real* r, void* params, void*) {
-        const auto& self = *static_cast<const StatusOfPair*>(params);
         const auto pair = static_cast<std::int64_t>(*lo);
         *r = *lo;
-        return static_cast<std::int32_t>(pair >= self.fails_from && pair < self.fails_until ? -pair : pair);
+        return static_cast<std::int32_t>(pair < static_cast<StatusOfPair*>(params)->fails_from ? pair : -pair);
     }
 };
 
@@ -92,20 +92,23 @@ TEST(IntegrateOfThreads, StatusesAsOnOneThread) {
     const std::vector<Real> y(2);
     FitTask<Real> task(2, x, DF_GRID_EVEN, 1, y.data());
     task.spline(0, 0, nullptr);
-    std::vector<Real> a(n), b(n), r(n);
+    std::vector<Real> a(n), b(n);
     for (std::int64_t i = 0; i < n; ++i) a[i] = static_cast<Real>(i) + 0.25, b[i] = a[i] + 0.5;
     for (const int threads : {1, 2, 3}) {
         const Team team(threads);
         IntegrateCall<Real> integrate;
         integrate.threading = Team::descriptor();
         integrate.le_cb = integrate.re_cb = integrate.i_cb = StatusOfPair::give;
-        StatusOfPair statuses{n, n};
-        integrate.params = &statuses;
-        EXPECT_EQ(integrate(task.get(), n, a.data(), b.data(), r.data()), n - 1);
-        for (std::int64_t i = 0; i < n; ++i) ASSERT_EQ(r[i], a[i]);
-        for (const std::int64_t failure : {10, 700, 3000, 5990}) {
-            statuses = {failure, n};
-            EXPECT_EQ(integrate(task.get(), n, a.data(), b.data(), r.data()), -failure) << threads << " threads";
+        for (const std::int64_t failure : {10, 700, 3000, 5990, 6000}) {
+            SCOPED_TRACE(std::to_string(failure) + " on " + std::to_string(threads));
+            StatusOfPair statuses{failure};
+            integrate.params = &statuses;
+            std::vector<Real> r(n, NAN);
+            EXPECT_EQ(integrate(task.get(), n, a.data(), b.data(), r.data()), failure == n ? n - 1 : -failure);
+            const std::int64_t written = failure == n ? n : failure / 128 * 128;
+            EXPECT_TRUE(std::equal(a.data(), a.data() + written, r.data()));
+            if (threads > 1) continue;
+            EXPECT_EQ(std::count_if(r.begin(), r.end(), [](Real v) { return v == v; }), written);
         }
     }
 }
