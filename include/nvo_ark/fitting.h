@@ -288,6 +288,49 @@ NVO_ARK_DF_CONSTRUCT(HermiteCubic)
 
 /* ---- Search ---------------------------------------------------------------------------------------------------- */
 
+/* The cells of nsite sites: where in the partition they lie. The cell of t is
+ *
+ *     0         t < x[0]
+ *     j         x[j-1] <= t < x[j], j = 1, ..., nx - 1: on an inner breakpoint, the cell on its right
+ *     nx - 1    t = x[nx-1]: the last cell holds its right end
+ *     nx        t > x[nx-1], and a NaN
+ *
+ * On an even grid sites inside go by a formula: min(trunc((t - x[0]) * (1 / step)), nx - 2) + 1. By its rounding a site
+ * that equals a computed breakpoint x[0] + j * step may come to the cell on the left of that, and one just below it to
+ * the cell on its right. Sites outside and on the two ends go by the table. Block cell j - 1 belongs to cell j.
+ *
+ * method     not read
+ * nsite      0 and below: no work
+ * sitehint   DF_SITE_FREE; DF_SITE_SORTED; DF_SITE_EVEN: `site` holds two elements, the first and the last of nsite
+ *            sites i * (site[1] - site[0]) * (1 / (nsite - 1)) + site[0]; one site is site[0]. Others are DF_SITE_FREE.
+ * datahint   null, or five elements, of which element 1 is 0 (nothing known) or 1 (sites crowd round a breakpoint), and
+ *            element 4 is then its place, from 0 to nx. Looked at last: by the first line that holds, the search goes
+ *            by search_cb, by the partition if it is DF_GRID_NEAR_EVEN or DF_GRID_EVEN, by sorted sites, by datahint.
+ * cell       nsite integers of the task's width
+ *
+ * A hint or an estimate that is wrong costs time and makes no cell wrong, but for NaNs among sorted sites: they may get
+ * any cell from 0 to nx.
+ *
+ * search_cb, if it is not null, estimates cells, in the calling thread. It is called for 128 sites after the other, and
+ * then for the rest, be they none (sites are given in blocks of 256 by interpolation, in blocks of 128 by integration,
+ * on any thread of the team, and empty blocks are left out):
+ *
+ *     n, site     how many sites, and which
+ *     cell, flag  a cell and a flag for each. Before the call all are 0.
+ *     params      search_params
+ *     side        null; in an integration, 0 for left and 1 for right limits
+ *     returns     negative: ends the call, with this status. 1000: all cells are final. Anything else: cells with a
+ *                 flag other than 0 are final, and others are estimates, of any value: the library goes on from there
+ *                 (on an even grid it takes the formula). A site on the breakpoint that ends its estimated cell stays
+ *                 in that cell; this is the one place where a breakpoint may count to the cell on its left.
+ *
+ * The last status of a callback is the result of the call, 1000 turned into 0.
+ *
+ * All other searches run on the team: each thread takes the same number of sites, and the calling one the rest. Where
+ * neither partition nor sites are known they do so in blocks of 2048 sites, and from 101 breakpoints on.
+ *
+ * Statuses, the first of these: DF_ST_NO_TASK; DF_ST_BAD_DATA_HINT; DF_ST_NO_OUTPUT (cell); DF_ST_NO_MEMORY (more than
+ * 4096 evenly spaced sites); then nothing has been written. After a failed callback earlier blocks have been. */
 #define NVO_ARK_DF_SEARCH(t, real)                                                                               \
     typedef int32_t nvo_df_##t##SearchCallback(const int64_t* n, const real* site, int64_t* cell, int32_t* flag, \
                                                void* params, void* side);                                        \
@@ -300,6 +343,65 @@ NVO_ARK_DF_SEARCH(d, double)
 
 /* ---- Interpolation --------------------------------------------------------------------------------------------- */
 
+/* Values and derivatives of all F functions of a task (ny, 1 for 0) at nsite sites.
+ *
+ * Cells are found as in a search. A site left of the partition takes the first polynomial, a site right of it the last
+ * one: without callbacks splines continue beyond their ends.
+ *
+ *     order 2, 3, 4 and above   the polynomial of the site's cell. Cells that are given, or final by a callback, need
+ *                               not hold the site: their polynomial is continued up to it. Those outside 0 to nx count
+ *                               as the nearest of the two.
+ *     DF_TYPE_SUBBOTIN          the parabola between two knots, see above
+ *     DF_TYPE_STEP_RIGHT        y[j] on [x[j], x[j+1]), y[nx-1] from the last breakpoint on, y[0] left of the partition
+ *     DF_TYPE_STEP_LEFT         y[j+1] on (x[j], x[j+1]], y[nx-1] right of the partition, y[0] up to x[0]
+ *     DF_TYPE_LOOK_UP           y[j] at x[j], on an even grid also within 2^-40 (double), 2^-12 (float) of it, but not
+ *                               left of x[0]; elsewhere the call ends with DF_ST_LOOKUP_MISS
+ *     order 0, other types      le_cb, re_cb and i_cb are the model
+ *
+ * Results have the bits of the formulas ((c3 t + c2) t + c1) t + c0, (3 c3 t + 2 c2) t + c1, 6 c3 t + 2 c2, 6 c3 and
+ * their like with t = site - x[j], wherever a site stands in a call. In exact arithmetic on the rounded t that is right
+ * to 3 * order roundings of the sum of the terms' magnitudes. The value at a NaN is a NaN.
+ *
+ * type        1: evaluate. 2, and any value with bit 1: store the cells in `cell` as well. 4: `cell` holds the cells,
+ *             and nothing is searched. Others are as 1.
+ * method      not read
+ * nsite       0 and below: no work
+ * site, sitehint, datahint, search_cb, search_params    as in a search; evenly spaced sites are
+ *             site[0] + i * (site[1] - site[0]) / (nsite - 1) here
+ * ndorder, dorder    flags 0 or 1, of the task's width of integers: dorder[d] asks for the derivative of order d, and
+ *             dorder[0] for the value. Their sum D is the number of results of a site, in ascending order; null counts
+ *             as none. Orders above the degree are 0.
+ * r, rhint    result k of site s of function f is at
+ *                 0, 16, 128    (f * nsite + s) * D + k
+ *                 32            (f * D + k) * nsite + s
+ *                 256           (s * F + f) * D + k
+ *                 512           (s * D + k) * F + f
+ * cell        null, or nsite integers of the task's width, by `type`
+ *
+ * le_cb, re_cb, i_cb: any of them may be null. Of each block of 256 sites, le_cb gets those left of the partition, i_cb
+ * those in it, its ends included, re_cb those right of it, in this order, each if there are any; without its callback a
+ * site is evaluated by the model. A callback gets
+ *
+ *     n, site     how many sites, and which, in their order in the block
+ *     cell        their cells: 0 on the left, nx on the right
+ *     r           room for F * n * D results: for each function, for each site, its D results
+ *     params      le_params, re_params, i_params
+ *     reserved    null
+ *
+ * and a search only gets those inside. A negative status of a callback ends the call and is returned. Otherwise the
+ * result of the call is what the last callback returned, that of the search included, or 0 without one.
+ *
+ * From 4097 sites on blocks run on the team, if it has two threads or more, and callbacks then on several threads at
+ * once. Results and status are the same on any number of threads: the status is that of the first block that fails.
+ *
+ * Statuses, the first of these: DF_ST_NO_TASK; DF_ST_BAD_TYPE (order and type name no model; order 0 with other types
+ * needs all three callbacks); DF_ST_BAD_DATA_HINT; DF_ST_BAD_RESULT_HINT; DF_ST_BAD_COEFF or, of steps and look-up,
+ * DF_ST_BAD_Y (missing; not looked at with all three callbacks); DF_ST_NO_OUTPUT (r or cell); DF_ST_NO_MEMORY. Then
+ * nothing has been written. Memory is needed where results are staged, with callbacks and in layouts other than the
+ * first, 256 D F a thread. While blocks are evaluated: DF_ST_NO_MEMORY (derivatives of order 11 and above);
+ * DF_ST_LOOKUP_MISS, or if all sites of the block are breakpoints, DF_ST_LOOKUP_ORDERS for D other than 1,
+ * DF_ST_LOOKUP_NO_VALUE for another order than 0; callbacks. Then blocks before the one that fails have been written,
+ * and on a team others may have. */
 #define NVO_ARK_DF_INTERPOLATE(t, real)                                                                                \
     typedef int32_t nvo_df_##t##InterpolateCallback(const int64_t* n, const int64_t* cell, const real* site, real* r,  \
                                                     void* params, void* reserved);                                     \
