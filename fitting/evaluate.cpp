@@ -369,7 +369,7 @@ std::int32_t evaluate_arbitrary(const Evaluation<R>& call, const Places<R, Cell>
 
 // ---- values alone --------------------------------------------------------------------------------------------------
 
-// Each site has the value index[i]; orders above 0 are 0.
+// Each site has the value index[i], a NaN itself; orders above 0 are 0.
 template <Store store, Real R, class Cell> void copy_values(const Evaluation<R>& call, const Places<R, Cell>& places) {
     const Values<R, store> y(call.task);
     const std::int64_t count = call.orders.count();
@@ -377,7 +377,8 @@ template <Store store, Real R, class Cell> void copy_values(const Evaluation<R>&
         R* r = call.r + f * call.function_stride;
         for (std::int64_t i = 0; i < call.n; ++i, r += count) {
             std::fill_n(r, count, R{0});
-            if (call.orders.low() & 1) *r = y.at(f, places.index[i]);
+            const R site = call.site[i];
+            if (call.orders.low() & 1) *r = site == site ? y.at(f, places.index[i]) : site;
         }
     }
 }

@@ -80,12 +80,6 @@ template <class V, std::size_t n> V antiderivative(const std::array<V, n>& a, V 
     return sum * t;
 }
 
-// One of the two polynomials in both places.
-template <class V, std::size_t n> std::array<V, n> same(const std::array<V, n>& a, int lane) {
-    return [&]<std::size_t... k>(std::index_sequence<k...>) { return std::array<V, n>{splat<V>(a[k][lane])...}; }
-    (std::make_index_sequence<n>());
-}
-
 // Of any order: with a[k] formed where it is needed.
 template <Real R> struct Quotients {
     const R *c, *d;
@@ -98,11 +92,6 @@ template <Real R> Two<R> antiderivative(const Quotients<R>& a, Two<R> t) {
     Two<R> sum = a[a.order - 1];
     for (int64_t k = a.order - 1; k-- > 0;) sum = sum * t + a[k];
     return sum * t;
-}
-
-template <Real R> Quotients<R> same(const Quotients<R>& a, int lane) {
-    const R* const c = lane == 0 ? a.c : a.d;
-    return {c, c, a.order};
 }
 
 // length times the mean value between t[0] and t[1]: v^(k+1) - u^(k+1) is v - u times h[k] = v^k + v^(k-1) u + ... +
@@ -195,7 +184,7 @@ template <Real R> struct Polynomial<R, IntegralModel::Arb> : ByAntiderivative<R,
 // are measured from there.
 template <Real R, Grid grid> class BetweenBreaks {
 public:
-    static constexpr bool begins_at_centre = true, pieces_are_cells = true;
+    static constexpr bool begins_at_centre = true;
 
     explicit BetweenBreaks(const TaskRecord<R>& task) : x_(task), nx_(task.nx) {}
 
@@ -215,7 +204,7 @@ private:
 
 template <Real R, Grid grid, Subgrid subgrid> class BetweenKnots {
 public:
-    static constexpr bool begins_at_centre = false, pieces_are_cells = false;
+    static constexpr bool begins_at_centre = false;
 
     explicit BetweenKnots(const TaskRecord<R>& task) : x_(task), knots_(task), nx_(task.nx) {}
 
@@ -254,14 +243,7 @@ public:
             const V parts = P::to(a, bound, t); // from lo to the end, and from hi to the begin
             return (parts[0] + whole) - parts[1];
         }
-        // Of two pairs that aren't in one piece.
-        V integrals(V lo, V hi) const {
-            const V from_lo = P::to(same(a, 0), splat<V>(bound[0]), lo - splat<V>(centre[0]));
-            const V from_hi = P::to(same(a, 1), splat<V>(bound[1]), hi - splat<V>(centre[1]));
-            return (from_lo + whole) - from_hi;
-        }
     };
-    static constexpr bool pieces_are_cells = Pieces::pieces_are_cells;
 
     int64_t piece(R limit, int64_t cell) const { return pieces_.piece(limit, cell); }
     R product(int64_t k, R lo, R hi) const {
@@ -334,8 +316,6 @@ private:
 
 template <Real R, class Pieces, Store store> class Steps {
 public:
-    static constexpr bool pieces_are_cells = false;
-
     Steps(const TaskRecord<R>& task, int64_t function) : pieces_(task), y_(task), function_(function) {}
 
     struct Span {
@@ -372,22 +352,6 @@ private:
 constexpr int64_t ahead = 12;                  // pairs: about as long as memory takes
 constexpr int64_t cached_coefficients = 32768; // of more, those that are wanted next are fetched
 
-// Pairs in order, in the same two cells as pair i, from there on: two at a time. Returns the first pair that isn't
-// done.
-template <class Span, Real R>
-[[gnu::noinline]] int64_t integrate_run(const Span& span, const LimitPairs<R>& pairs, int64_t i, R* r) {
-    using Cells = Lanes<int64_t, 2>;
-    const auto lo_cell = splat<Cells>(pairs.left_cell[i]), hi_cell = splat<Cells>(pairs.right_cell[i]);
-    for (; i + 2 <= pairs.n; i += 2) {
-        const auto lo = load<Two<R>>(pairs.left + i), hi = load<Two<R>>(pairs.right + i);
-        const auto other_cells =
-            (load<Cells>(pairs.left_cell + i) ^ lo_cell) | (load<Cells>(pairs.right_cell + i) ^ hi_cell);
-        if (!(lo[0] < hi[0] && lo[1] < hi[1]) || (other_cells[0] | other_cells[1]) != 0) break;
-        store(r + i, span.integrals(lo, hi));
-    }
-    return i;
-}
-
 // Not inlined, since it is called in two places.
 template <class Model, Real R>
 [[gnu::noinline]] void integrate(const TaskRecord<R>& task, int64_t function, const LimitPairs<R>& pairs, R* r) {
@@ -418,15 +382,6 @@ template <class Model, Real R>
             if (i < prefetched) {
                 model.prefetch(pairs.left_cell[i + ahead]);
                 model.prefetch(pairs.right_cell[i + ahead]);
-            }
-        } else if constexpr (Model::pieces_are_cells) {
-            if (first != last && !swapped) {
-                const auto copy = span; // the other one stays in registers
-                const int64_t next = integrate_run(copy, pairs, i, r);
-                if (next > i) {
-                    i = next - 1;
-                    continue;
-                }
             }
         }
         const R integral = span.integral(lo, hi);

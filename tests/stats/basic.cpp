@@ -63,6 +63,33 @@ TYPED_TEST(BasicTest, ResultsAreTheExactOnesWithinTheBoundsOfTheMethod) {
         }
 }
 
+// Whichever of the matrices is worked on in place.
+TYPED_TEST(BasicTest, MatricesDontDependOnWhichOthersAreThere) {
+    using R = TypeParam;
+    const Sample<R> s = make_sample<R>(6, 50, Weighting::positive);
+    constexpr std::uint64_t bits[3] = {OST_STAT_EST_COV, OST_STAT_EST_COR, OST_STAT_EST_CROSS_PRODUCT};
+    for (const std::uint32_t method : data_methods)
+        for (const std::int32_t storage : matrix_storages) {
+            BasicTask<R> all(s, {.storage = storage});
+            all.add_all().means(means_of(s));
+            ASSERT_EQ(OST_STAT_OK, all.run(all_matrices, method));
+            for (unsigned some = 1; some < 7; ++some) {
+                BasicTask<R> task(s, {.storage = storage});
+                task.add(OST_STAT_PARAM_MEAN).means(means_of(s));
+                std::uint64_t estimates = 0;
+                for (unsigned i = 0; i < 3; ++i) {
+                    if ((some >> i & 1) == 0) continue;
+                    task.add(matrix_codes[i]);
+                    estimates |= bits[i];
+                }
+                ASSERT_EQ(OST_STAT_OK, task.run(estimates, method));
+                for (unsigned i = 0; i < 3; ++i)
+                    for (std::int64_t k = 0; (some >> i & 1) != 0 && k < 36; ++k)
+                        EXPECT_EQ(all.at(matrix_codes[i], k), task.at(matrix_codes[i], k)) << some << " " << i;
+            }
+        }
+}
+
 // ---- NIST's data sets NumAcc1 to NumAcc4 ----------------------------------------------------------------------------
 
 struct NumAcc {
