@@ -274,6 +274,7 @@ std::int32_t rebuild_if_irregular(TaskRecord<double>& task) {
 
 using namespace nvo::fitting;
 
+// A table of cases. NOLINTNEXTLINE(readability-function-cognitive-complexity)
 std::int32_t nvo_df_kernel_iEditVal(DFTask1D* handle, std::int64_t attribute, std::int64_t value) {
     if (!handle) return DF_ST_NO_TASK;
     auto& task = record_of<double>(handle); // only fields that both precisions have in common

@@ -40,13 +40,14 @@ template <Real R> R first_zero(R start, const R* x, std::int64_t n) {
 
 template <Real R> Extremes<R> of_row(const R* x, std::int64_t n, Extremes<R> start) {
     constexpr int registers = 4, width = lane_width<R>;
+    constexpr std::int64_t step = std::int64_t{registers} * width;
     Register<R> low[registers], high[registers];
     unroll<registers>([&](auto k) {
         low[k] = splat<Register<R>>(start.minimum);
         high[k] = splat<Register<R>>(start.maximum);
     });
     std::int64_t i = 0;
-    for (; i + registers * width <= n; i += registers * width) {
+    for (; i + step <= n; i += step) {
         unroll<registers>([&](auto k) {
             const auto v = load<Register<R>>(x + i + k * width);
             low[k] = smaller(v, low[k]);
@@ -106,38 +107,44 @@ template <Real R> std::int32_t of_rows(const TaskRecord<R>& task, std::int64_t p
     return OST_STAT_OK;
 }
 
+constexpr int registers_a_block = 4;
+template <Real R> constexpr std::int64_t block = registers_a_block* lane_width<R>;
+
+// Variables from j on over some observations: the widest block that fits, and the few beyond the last full register one
+// by one. Returns how many it took.
+template <Real R>
+std::int64_t take_block(const TaskRecord<R>& task, std::int64_t p, std::int64_t j, const R* x, std::int64_t rows,
+                        Results<R> results) {
+    constexpr std::int64_t lanes = lane_width<R>;
+    const std::int64_t width = p - j >= block<R> ? block<R> : p - j >= lanes ? lanes : 1;
+    R minimum[block<R>], maximum[block<R>];
+    for (std::int64_t k = 0; k < width; ++k) {
+        const Extremes<R> e = results.at(j + k);
+        minimum[k] = e.minimum;
+        maximum[k] = e.maximum;
+    }
+    if (width == block<R>) {
+        of_block<R, registers_a_block>(x, rows, p, minimum, maximum);
+    } else if (width == lanes) {
+        of_block<R, 1>(x, rows, p, minimum, maximum);
+    } else {
+        Extremes<R> e{minimum[0], maximum[0]};
+        for (std::int64_t row = 0; row < rows; ++row) e.take(x[row * p]);
+        minimum[0] = e.minimum;
+        maximum[0] = e.maximum;
+    }
+    for (std::int64_t k = 0; k < width; ++k)
+        if (task.selects(j + k)) results.put(j + k, {minimum[k], maximum[k]});
+    return width;
+}
+
 // Observations go by in pieces that stay in the cache while all blocks of variables walk over them.
 template <Real R> void of_columns(const TaskRecord<R>& task, std::int64_t p, std::int64_t n, Results<R> results) {
     constexpr std::int64_t elements_a_piece = 4096;
-    constexpr int registers = 4, block = registers * lane_width<R>;
     const std::int64_t piece = std::max(elements_a_piece / p, std::int64_t{1});
     for (std::int64_t i = 0; i < n; i += piece) {
         const std::int64_t rows = std::min(piece, n - i);
-        for (std::int64_t j = 0; j < p;) {
-            const R* const x = task.data + i * p + j;
-            const std::int64_t left = p - j;
-            R minimum[block], maximum[block];
-            // The widest block that fits; a few variables beyond the last full register go one by one.
-            const std::int64_t width = left >= block ? block : left >= lane_width<R> ? lane_width<R> : 1;
-            for (std::int64_t k = 0; k < width; ++k) {
-                const Extremes<R> e = results.at(j + k);
-                minimum[k] = e.minimum;
-                maximum[k] = e.maximum;
-            }
-            if (width == block) {
-                of_block<R, registers>(x, rows, p, minimum, maximum);
-            } else if (width == lane_width<R>) {
-                of_block<R, 1>(x, rows, p, minimum, maximum);
-            } else {
-                Extremes<R> e{minimum[0], maximum[0]};
-                for (std::int64_t row = 0; row < rows; ++row) e.take(x[row * p]);
-                minimum[0] = e.minimum;
-                maximum[0] = e.maximum;
-            }
-            for (std::int64_t k = 0; k < width; ++k)
-                if (task.selects(j + k)) results.put(j + k, {minimum[k], maximum[k]});
-            j += width;
-        }
+        for (std::int64_t j = 0; j < p;) j += take_block(task, p, j, task.data + i * p + j, rows, results);
     }
 }
 

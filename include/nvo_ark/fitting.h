@@ -181,12 +181,12 @@ NVO_ARK_DF_TASK(d, double)
 /* Sets one of the attributes 14 to 23. Accepted are: nx from 2, the values of the enumerations for hints, ny from 1, an
  * order from 0, types 0 to 5 and 9 (6, 7 and 8 go through EditPPSpline1D), an ic_type below 3 or with bit 3, a bc_type
  * that isn't negative, a flag of 0 or 1. Setting x_hint to DF_GRID_IRREGULAR reads all of x. */
-int32_t nvo_df_kernel_iEditVal(DFTask1D* task, int64_t attribute, int64_t value);
+int32_t nvo_df_kernel_iEditVal(DFTask1D* handle, int64_t attribute, int64_t value);
 /* Stores one of them, in 32 or 64 bits as the task's cell_wide says. */
-int32_t nvo_df_kernel_iQueryVal(DFTask1D* task, int64_t attribute, void* out);
+int32_t nvo_df_kernel_iQueryVal(DFTask1D* handle, int64_t attribute, void* out);
 
-/* Frees the task and stores null in *task. A null handle is DF_ST_NO_TASK. */
-int32_t nvo_df_kernel_DeleteTask(DFTask1D** task);
+/* Frees the task and stores null in *handle. A null handle is DF_ST_NO_TASK. */
+int32_t nvo_df_kernel_DeleteTask(DFTask1D** handle);
 
 /* ---- Construction ---------------------------------------------------------------------------------------------- */
 
