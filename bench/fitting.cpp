@@ -236,7 +236,7 @@ void judge_integrals(Verdicts& verdicts, std::int64_t nx, bool sorted) {
                    std::abs(t[1].best - t[2].best) / values, "");
 }
 
-// By the clock on the wall, one after the other: the time of a thread says nothing here.
+// By the clock on the wall, one after the other: the time of a thread says nothing here. It wants two idle processors.
 void judge_threads(Verdicts& verdicts, const Row& row) {
     using Clock = std::chrono::steady_clock;
     const Curves curves = make_curves(1000000, row.even, row.sorted);

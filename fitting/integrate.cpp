@@ -4,12 +4,12 @@
 #include "fitting/integrators.h"
 #include "fitting/outcome.h"
 #include "fitting/search.h"
+#include "frame/lanes.h"
 #include "support/scratch.h"
 #include "support/team.h"
 
 #include <algorithm>
 #include <array>
-#include <limits>
 #include <optional>
 
 namespace nvo::fitting {
@@ -88,14 +88,42 @@ template <Real R> struct Limits {
     }
 };
 
+constexpr int64_t near_breaks = 8;
+
+// Right limits mostly lie a few cells behind their left ones. Those with less than 8 breakpoints between them are
+// placed by a comparison with all 8, in less than half the time of a bisection; the indexes of the others go to
+// `missed`. Returns how many these are.
+template <Real R>
+int64_t place_near(const TaskRecord<R>& task, const LimitPairs<R>& pairs, int64_t* right_cell, std::int32_t* missed) {
+    using V = Lanes<R, lane_width<R>>;
+    const int64_t last_start = task.nx - 1 - near_breaks; // the last breakpoint has a rule of its own
+    int64_t misses = 0;
+    for (int64_t i = 0; i < pairs.n; ++i) {
+        const R left = pairs.left[i], right = pairs.right[i];
+        const int64_t start = pairs.left_cell[i];
+        int64_t passed = near_breaks;
+        if (start <= last_start) {
+            LaneMask<R, lane_width<R>> minus_passed{};
+            for (int64_t k = 0; k < near_breaks; k += lane_width<R>)
+                minus_passed += load<V>(task.x + start + k) <= splat<V>(right);
+            passed = 0;
+            for (int lane = 0; lane < lane_width<R>; ++lane) passed -= minus_passed[lane];
+        }
+        right_cell[i] = start + passed;
+        missed[misses] = static_cast<std::int32_t>(i);
+        misses += static_cast<int>(passed == near_breaks) | static_cast<int>(!(left <= right));
+    }
+    return misses;
+}
+
 template <Real R> struct Call {
     int64_t nlim;
     Limits<R> left, right;
-    R* r;
     int64_t rhint;
     PartCallbacks<R> callbacks;
     SearchCallback<R>* search_cb;
     void* search_params;
+    R* r = nullptr;
 
     bool by_pair() const { return rhint == DF_Y_DEFAULT || rhint == DF_Y_BY_COLS; }
 };
@@ -106,6 +134,7 @@ public:
         : handle_(handle), task_(record_of<R>(handle)), call_(call),
           left_search_(task_, left_kind, call.left.datahint, call.search_cb, call.search_params),
           right_search_(task_, right_kind, call.right.datahint, call.search_cb, call.search_params),
+          looks_near_((right_kind == Search::hybrid || right_kind == Search::peak) && task_.nx > 2 * near_breaks),
           integrator_(integrators<R>[static_cast<std::size_t>(model)]),
           callback_integrator_(callback_integrators<R>[static_cast<std::size_t>(model)]) {}
 
@@ -132,7 +161,7 @@ public:
         if (threads > 1) {
             run_blocks_on(team, threads);
         } else {
-            run_blocks(0, (call_.nlim + block_pairs - 1) / block_pairs, 0);
+            run_blocks(0, call_.nlim / block_pairs + (call_.nlim % block_pairs != 0 ? 1 : 0), 0);
         }
         return outcome_.get();
     }
@@ -172,7 +201,11 @@ private:
         LastStatus last;
         search(left_search_, n, pairs.left, left_cell.data(), left_position, 0, last);
         if (last.status < 0) return last;
-        search(right_search_, n, pairs.right, right_cell.data(), right_position, 1, last);
+        if (looks_near_) {
+            place_right_limits(pairs, right_cell.data(), right_position, last);
+        } else {
+            search(right_search_, n, pairs.right, right_cell.data(), right_position, 1, last);
+        }
         if (last.status < 0) return last;
         R* const stage = staging_ + thread * staged_rows_ * task_.ny;
         if (call_.callbacks.any()) {
@@ -185,6 +218,17 @@ private:
             for (int64_t f = 0; f < task_.ny; ++f) integrator_(handle_, f, &pairs, call_.r + f * call_.nlim + first);
         }
         return last;
+    }
+
+    void place_right_limits(const LimitPairs<R>& pairs, int64_t* right_cell, int64_t& position,
+                            LastStatus& last) const {
+        std::array<std::int32_t, block_pairs> missed;
+        std::array<R, block_pairs> limit;
+        std::array<int64_t, block_pairs> cell;
+        const int64_t misses = place_near(task_, pairs, right_cell, missed.data());
+        for (int64_t k = 0; k < misses; ++k) limit[k] = pairs.right[missed[k]];
+        search(right_search_, misses, limit.data(), cell.data(), position, 1, last);
+        for (int64_t k = 0; k < misses; ++k) right_cell[missed[k]] = cell[k];
     }
 
     // `side` tells a callback which limits they are.
@@ -218,6 +262,7 @@ private:
     const TaskRecord<R>& task_;
     const Call<R>& call_;
     SiteSearch<R> left_search_, right_search_;
+    bool looks_near_;
     Integrator<R>* integrator_;
     CallbackIntegrator<R>* callback_integrator_;
     R* staging_ = nullptr;
@@ -225,7 +270,8 @@ private:
     Outcome outcome_;
 };
 
-template <Real R> std::int32_t integrate(DFTask1D* handle, const Call<R>& call, const OstThreading* threading) {
+template <Real R> std::int32_t integrate(DFTask1D* handle, Call<R> call, R* r, const OstThreading* threading) {
+    call.r = r;
     if (!handle) return DF_ST_NO_TASK;
     const auto& task = record_of<R>(handle);
     const auto model = model_of(task.s_order, task.s_type, call.callbacks.all());
@@ -259,15 +305,15 @@ using namespace nvo::fitting;
         nvo_df_##t##IntegrateCallback* le_cb, void* le_params, nvo_df_##t##IntegrateCallback* re_cb, void* re_params, \
         nvo_df_##t##IntegrateCallback* i_cb, void* i_params, nvo_df_##t##SearchCallback* search_cb,                   \
         void* search_params, const OstThreading* threading) {                                                         \
-        const Call<real> call{nlim,                                                                                   \
-                              {llim, llimhint, ldatahint},                                                            \
-                              {rlim, rlimhint, rdatahint},                                                            \
-                              r,                                                                                      \
-                              rhint,                                                                                  \
-                              {{le_cb, le_params}, {re_cb, re_params}, {i_cb, i_params}},                             \
-                              search_cb,                                                                              \
-                              search_params};                                                                         \
-        return integrate(task, call, threading);                                                                      \
+        return integrate<real>(task,                                                                                  \
+                               {nlim,                                                                                 \
+                                {llim, llimhint, ldatahint},                                                          \
+                                {rlim, rlimhint, rdatahint},                                                          \
+                                rhint,                                                                                \
+                                {{le_cb, le_params}, {re_cb, re_params}, {i_cb, i_params}},                           \
+                                search_cb,                                                                            \
+                                search_params},                                                                       \
+                               r, threading);                                                                         \
     }
 NVO_DF_INTEGRATE(s, float)
 NVO_DF_INTEGRATE(d, double)

@@ -86,6 +86,7 @@ template <Real R> struct Quotients {
     int64_t order;
 
     static R reciprocal(int64_t k) { return 1 / static_cast<R>(k); }
+    // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): the first pair makes a span
     Two<R> operator[](int64_t k) const { return Two<R>{c[k], d[k]} * reciprocal(k + 1); }
 };
 template <Real R> Two<R> antiderivative(const Quotients<R>& a, Two<R> t) {
