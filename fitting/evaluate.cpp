@@ -215,8 +215,8 @@ template <std::size_t order> void gather(const double* const (&cell)[2], Lanes<d
 #pragma GCC unroll 2
     for (std::size_t k = 0; k + 2 <= order; k += 2) {
         const V a = load<V>(cell[0] + k), b = load<V>(cell[1] + k);
-        c[k] = __builtin_shuffle(a, b, Lanes<std::int64_t, 2>{0, 2});
-        c[k + 1] = __builtin_shuffle(a, b, Lanes<std::int64_t, 2>{1, 3});
+        c[k] = __builtin_shufflevector(a, b, 0, 2);
+        c[k + 1] = __builtin_shufflevector(a, b, 1, 3);
     }
     if constexpr (order % 2 == 1) c[order - 1] = V{cell[0][order - 1], cell[1][order - 1]};
 }
@@ -224,77 +224,95 @@ template <std::size_t order> void gather(const float* const (&cell)[4], Lanes<fl
     using V = Lanes<float, 4>;
     if constexpr (order == 4) {
         const V a[4] = {load<V>(cell[0]), load<V>(cell[1]), load<V>(cell[2]), load<V>(cell[3])};
-        const V low[2] = {__builtin_shuffle(a[0], a[1], Indexes{0, 4, 1, 5}),
-                          __builtin_shuffle(a[2], a[3], Indexes{0, 4, 1, 5})};
-        const V high[2] = {__builtin_shuffle(a[0], a[1], Indexes{2, 6, 3, 7}),
-                           __builtin_shuffle(a[2], a[3], Indexes{2, 6, 3, 7})};
-        c[0] = __builtin_shuffle(low[0], low[1], Indexes{0, 1, 4, 5});
-        c[1] = __builtin_shuffle(low[0], low[1], Indexes{2, 3, 6, 7});
-        c[2] = __builtin_shuffle(high[0], high[1], Indexes{0, 1, 4, 5});
-        c[3] = __builtin_shuffle(high[0], high[1], Indexes{2, 3, 6, 7});
+        const V low[2] = {__builtin_shufflevector(a[0], a[1], 0, 4, 1, 5),
+                          __builtin_shufflevector(a[2], a[3], 0, 4, 1, 5)};
+        const V high[2] = {__builtin_shufflevector(a[0], a[1], 2, 6, 3, 7),
+                           __builtin_shufflevector(a[2], a[3], 2, 6, 3, 7)};
+        c[0] = __builtin_shufflevector(low[0], low[1], 0, 1, 4, 5);
+        c[1] = __builtin_shufflevector(low[0], low[1], 2, 3, 6, 7);
+        c[2] = __builtin_shufflevector(high[0], high[1], 0, 1, 4, 5);
+        c[3] = __builtin_shufflevector(high[0], high[1], 2, 3, 6, 7);
     } else {
 #pragma GCC unroll 3
         for (std::size_t k = 0; k < order; ++k) c[k] = V{cell[0][k], cell[1][k], cell[2][k], cell[3][k]};
     }
 }
 
-// One function: the orders below 3 that `asked` has, and order 3 if `third`. The results of a site are `stride` apart
-// from the next one's; `single`: it has one result, and stride is 1.
-template <int order, unsigned asked, bool single, Real R, class Cell>
-void evaluate_function(const R* site, const Places<R, Cell>& places, const R* coeff, bool third, std::int64_t stride,
-                       R* r) {
-    constexpr int width = lane_width<R>;
-    using V = Lanes<R, width>;
-    constexpr int at_once = single ? 4 * width : width;
-    static_assert(group % at_once == 0);
-    if (single) stride = 1;
-    // The results of the `lanes` sites from i on, whose distances from their polynomials' centres are t.
-    const auto evaluate_at = [=](const V(&c)[order], V t, std::int64_t i, int lanes) __attribute__((always_inline)) {
-        R* to = r + i * stride;
-        const auto put = [&](V result) __attribute__((always_inline)) {
-            if (single && lanes == width) {
-                store(to, result);
-            } else {
-                for (int lane = 0; lane < lanes; ++lane) to[lane * stride] = result[lane];
-                ++to;
-            }
+// Where the results of one function go: the orders below 3 that `asked` has, and order 3 if `third`. Those of a site
+// are `stride` apart from the next one's; `single`: it has one result, and stride is 1.
+template <unsigned asked, bool single, Real R> struct Results {
+    R* r;
+    std::int64_t stride;
+    bool third;
+
+    // Of the `lanes` sites from i on, whose distances from their polynomials' centres are t.
+    template <class V, std::size_t order>
+    [[gnu::always_inline]] void put(const V (&c)[order], V t, std::int64_t i, int lanes) const {
+        R* to = r + i * (single ? 1 : stride);
+        const auto put_order = [&](V result) __attribute__((always_inline)) {
+            if (single && lanes == lane_count<V>) return store(to, result);
+            for (int lane = 0; lane < lanes; ++lane) to[lane * stride] = result[lane];
+            ++to;
         };
-        if constexpr (asked & 1) put(derivative<0>(c, t));
-        if constexpr (asked & 2) put(derivative<1>(c, t));
-        if constexpr (asked & 4) put(derivative<2>(c, t));
+        if constexpr (asked & 1) put_order(derivative<0>(c, t));
+        if constexpr (asked & 2) put_order(derivative<1>(c, t));
+        if constexpr (asked & 4) put_order(derivative<2>(c, t));
         if constexpr (order == 4 && !single) {
-            if (third) put(derivative<3>(c, t));
+            if (third) put_order(derivative<3>(c, t));
         }
-    };
-    const auto evaluate_scattered = [ =, &places ](std::int64_t i, int lanes) __attribute__((always_inline)) {
+    }
+};
+
+// How many sites are in flight: alone, results leave registers as they are.
+template <bool single, Real R> inline constexpr int sites_at_once = single ? 4 * lane_width<R> : lane_width<R>;
+
+template <int order, bool single, Real R, class Cell, class Results>
+void evaluate_shared(const R* site, const Run<R, Cell>& run, const R* coeff, const Results& results) {
+    constexpr int width = lane_width<R>, at_once = sites_at_once<single, R>;
+    static_assert(group % at_once == 0);
+    using V = Lanes<R, width>;
+    V c[order];
+    const R* cell = coeff + static_cast<std::int64_t>(run.index) * order;
+#pragma GCC unroll 4
+    for (int k = 0; k < order; ++k) c[k] = splat<V>(cell[k]);
+    const V centre = splat<V>(run.centre);
+    for (std::int64_t i = run.first; i < run.end; i += at_once) {
+#pragma GCC unroll 4
+        for (int s = 0; s < at_once; s += width) results.put(c, load<V>(site + i + s) - centre, i + s, width);
+    }
+}
+
+template <int order, bool single, Real R, class Cell, class Results>
+void evaluate_scattered(const Places<R, Cell>& places, const Run<R, Cell>& run, const R* coeff,
+                        const Results& results) {
+    constexpr int width = lane_width<R>, at_once = sites_at_once<single, R>;
+    using V = Lanes<R, width>;
+    const auto evaluate = [ =, &places, &results ](std::int64_t i, int lanes) __attribute__((always_inline)) {
         V c[order];
         const R* cell[width];
 #pragma GCC unroll 4
         for (int lane = 0; lane < width; ++lane)
             cell[lane] = coeff + static_cast<std::int64_t>(places.index[i + lane]) * order;
         gather(cell, c);
-        evaluate_at(c, load<V>(places.t + i), i, lanes);
+        results.put(c, load<V>(places.t + i), i, lanes);
     };
+    std::int64_t i = run.first;
+    for (; i + at_once <= run.end; i += at_once) {
+#pragma GCC unroll 4
+        for (int s = 0; s < at_once; s += width) evaluate(i + s, width);
+    }
+    for (; i < run.end; i += width) evaluate(i, static_cast<int>(std::min<std::int64_t>(run.end - i, width)));
+}
+
+template <int order, unsigned asked, bool single, Real R, class Cell>
+void evaluate_function(const R* site, const Places<R, Cell>& places, const R* coeff, bool third, std::int64_t stride,
+                       R* r) {
+    const Results<asked, single, R> results{r, stride, third};
     for (const Run<R, Cell>& run : places) {
-        std::int64_t i = run.first;
-        const std::int64_t end = run.end;
-        if (run.shared) {
-            V c[order];
-            const R* cell = coeff + static_cast<std::int64_t>(run.index) * order;
-#pragma GCC unroll 4
-            for (int k = 0; k < order; ++k) c[k] = splat<V>(cell[k]);
-            const V centre = splat<V>(run.centre);
-            for (; i < end; i += at_once) {
-#pragma GCC unroll 4
-                for (int s = 0; s < at_once; s += width) evaluate_at(c, load<V>(site + i + s) - centre, i + s, width);
-            }
-        } else {
-            for (; i + at_once <= end; i += at_once) {
-#pragma GCC unroll 4
-                for (int s = 0; s < at_once; s += width) evaluate_scattered(i + s, width);
-            }
-            for (; i < end; i += width) evaluate_scattered(i, static_cast<int>(std::min<std::int64_t>(end - i, width)));
-        }
+        if (run.shared)
+            evaluate_shared<order, single>(site, run, coeff, results);
+        else
+            evaluate_scattered<order, single>(places, run, coeff, results);
     }
 }
 

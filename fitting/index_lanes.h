@@ -42,8 +42,8 @@ inline Indexes narrowed(const FourMasks<double>& mask) {
 inline void store_indexes(std::int32_t* p, Indexes i) { store(p, i); }
 inline void store_indexes(std::int64_t* p, Indexes i) {
     const Indexes sign = i < 0;
-    store(p, reinterpret_cast<Lanes<std::int64_t, 2>>(__builtin_shuffle(i, sign, Indexes{0, 4, 1, 5})));
-    store(p + 2, reinterpret_cast<Lanes<std::int64_t, 2>>(__builtin_shuffle(i, sign, Indexes{2, 6, 3, 7})));
+    store(p, reinterpret_cast<Lanes<std::int64_t, 2>>(__builtin_shufflevector(i, sign, 0, 4, 1, 5)));
+    store(p + 2, reinterpret_cast<Lanes<std::int64_t, 2>>(__builtin_shufflevector(i, sign, 2, 6, 3, 7)));
 }
 
 } // namespace nvo::fitting

@@ -376,4 +376,4 @@ using namespace nvo::fitting;
 #define NVO_DF_KIND(Kind, kind)          \
     NVO_DF_KERNELS(s, float, Kind, kind) \
     NVO_DF_KERNELS(d, double, Kind, kind)
-NVO_DF_SEARCH_KINDS(NVO_DF_KIND)
+NVO_DF_SEARCH_KINDS(NVO_DF_KIND) // NOLINT(readability-non-const-parameter): one signature for all kinds

@@ -45,7 +45,7 @@ std::int32_t from_sums(const TaskRecord<R>& t, const BasicRequest& request, cons
 // All memory of a call, with the sums of each thread in it, at 0.
 template <Real R> class Workspace {
 public:
-    bool allocate(const Plan<R>& plan);
+    bool allocate(const Plan<R>& plan); // and lay out
 
     Sums<R>& sums(std::int64_t thread) const { return sums_[static_cast<std::size_t>(thread)]; }
     R* work(std::int64_t thread) const { return array(thread, arrays_a_thread - 1); }
@@ -54,6 +54,7 @@ private:
     // Seven of sums, and one to work in.
     static constexpr int arrays_a_thread = 8;
 
+    void lay_out(const Plan<R>& plan, std::int64_t matrices, std::int64_t space);
     R* array(std::int64_t thread, int i) const { return arrays_.get() + (thread * arrays_a_thread + i) * stride_; }
 
     std::int64_t stride_ = 0; // from array to array
@@ -80,11 +81,16 @@ template <Real R> bool Workspace<R>::allocate(const Plan<R>& plan) {
     if (!get(sums_, threads) || !get(arrays_, array_elements) || !get(crosses_, matrix_elements) ||
         !get(spaces_, bounded_product(threads, space)))
         return false;
-
     std::fill_n(arrays_.get(), array_elements, R{0});
     std::fill_n(crosses_.get(), matrix_elements, R{0});
+    lay_out(plan, matrices, space);
+    return true;
+}
+
+// Each thread's sums in the memory: there are so many matrices, and so many elements of work space a thread.
+template <Real R> void Workspace<R>::lay_out(const Plan<R>& plan, std::int64_t matrices, std::int64_t space) {
     R* next_cross = crosses_.get();
-    for (std::int64_t thread = 0; thread < threads; ++thread) {
+    for (std::int64_t thread = 0; thread < plan.threads; ++thread) {
         Sums<R>& s = sums(thread);
         s = {};
         for (int k = 1; k <= highest_order; ++k) s.raw[k] = array(thread, k - 1);
@@ -93,12 +99,12 @@ template <Real R> bool Workspace<R>::allocate(const Plan<R>& plan) {
         if (space > 0) s.space = spaces_.get() + thread * space;
         if (thread == 0 && plan.in_home) {
             s.cross = plan.home.elements;
-        } else if (next_cross < crosses_.get() + matrix_elements) {
+        } else if (matrices > 0) {
             s.cross = next_cross;
-            next_cross += square;
+            next_cross += plan.data.p * plan.data.p;
+            --matrices;
         }
     }
-    return true;
 }
 
 template <Real R> void walk(const Plan<R>& plan, Range observations, Sums<R>& sums) {

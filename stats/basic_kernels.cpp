@@ -119,8 +119,8 @@ template <Real R> constexpr int registers_of(Variant v) {
 // The values of an observation, register by register. The last register of a block ends with the last variable, so that
 // it may overlap the one before: both have the same sums in common then.
 template <Real R> constexpr std::int64_t place_of_register(int k, Range variables) {
-    constexpr int width = lane_width<R>;
-    return std::min<std::int64_t>(k * width, variables.size() - width);
+    constexpr std::int64_t width = lane_width<R>;
+    return std::min(k * width, variables.size() - width);
 }
 template <Real R, int registers> class Columns {
 public:
@@ -130,7 +130,8 @@ public:
     }
     template <int k> Register<R> at(std::int64_t i) const {
         const R* x = x_[k] + i * p_;
-        if constexpr (k == 0 || (k == registers - 1 && k > 2)) // as an integer: it may lie behind the data
+        if constexpr (k == 0 || (k == registers - 1 && k > 2))
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): an address behind the data is no sum of pointers
             __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(x) + ahead_), 0, 2);
         return load<Register<R>>(x);
     }
@@ -173,8 +174,53 @@ private:
     std::int64_t step_;
 };
 
-// Some observations of variables, in blocks of so many registers. `first_step` is that of the first observation, `tile`
-// its row of deviations.
+// Between the arrays and the registers of a block, whose variables start at first(k).
+template <Variant v, int registers, Real R, class First>
+NVO_INLINE inline void load_sums(RegisterSums<Register<R>> (&s)[registers], const Sums<R>& sums, const First& first) {
+    using V = Register<R>;
+    constexpr Orders orders = orders_read(v);
+    unroll<registers>([&](auto k) NVO_INLINE {
+        for_each_order<orders.raw>([&](auto n) NVO_INLINE { s[k].raw[n] = load<V>(sums.raw[n] + first(k)); });
+        for_each_order<orders.central>([&](auto n)
+                                           NVO_INLINE { s[k].central[n] = load<V>(sums.central[n] + first(k)); });
+    });
+}
+template <Variant v, int registers, Real R, class First>
+NVO_INLINE inline void store_sums(const RegisterSums<Register<R>> (&s)[registers], const Sums<R>& sums,
+                                  const First& first) {
+    constexpr Orders orders = orders_of(v);
+    unroll<registers>([&](auto k) NVO_INLINE {
+        for_each_order<orders.raw>([&](auto n) NVO_INLINE { store(sums.raw[n] + first(k), s[k].raw[n]); });
+        for_each_order<orders.central>([&](auto n) NVO_INLINE { store(sums.central[n] + first(k), s[k].central[n]); });
+    });
+}
+
+// Some observations of a block's variables, which are place(k) behind its first one in register k. `step` is that of
+// the first observation, `tile` its row of deviations.
+template <Variant v, int registers, Real R, class Values, class Place>
+NVO_INLINE inline void add_observations(RegisterSums<Register<R>> (&s)[registers], const Values& values,
+                                        const Place& place, [[maybe_unused]] const R* weights, Range observations,
+                                        [[maybe_unused]] const Step<R>* step, [[maybe_unused]] R* tile,
+                                        [[maybe_unused]] std::int64_t stride) {
+    const auto add = [&](auto k, std::int64_t i, [[maybe_unused]] R w) NVO_INLINE {
+        const auto x = values.template at<k>(i);
+        if constexpr (v.pass == Pass::fast) fast<v>(s[k], x, w);
+        if constexpr (v.pass == Pass::two) two_pass<v>(s[k], x, w);
+        if constexpr (v.pass == Pass::one) {
+            const auto d = one_pass<v>(s[k], x, *step);
+            if constexpr (v.cross) store(tile + place(k), d);
+        }
+    };
+    for (std::int64_t i = observations.first; i < observations.end; ++i) {
+        const R w = v.weighted ? weights[i] : R{1};
+        if (v.pass == Pass::fast && v.weighted && w == 0) continue;
+        unroll<registers>([&](auto k) NVO_INLINE { add(k, i, w); });
+        if constexpr (v.pass == Pass::one) ++step;
+        if constexpr (v.cross) tile += stride;
+    }
+}
+
+// Some observations of variables, in blocks of so many registers; see add_observations().
 template <Real R>
 using Walk = void(const Observations<R>& data, Range observations, Range variables, const Sums<R>& sums,
                   const Step<R>* first_step, R* tile, std::int64_t stride);
@@ -182,49 +228,20 @@ using Walk = void(const Observations<R>& data, Range observations, Range variabl
 template <Real R, Variant v, int registers, class Values>
 void walk(const Observations<R>& data, Range observations, Range variables, const Sums<R>& sums,
           const Step<R>* first_step, R* tile, std::int64_t stride) {
-    using V = Register<R>;
-    constexpr int width = lane_width<R>;
-    constexpr Orders read = orders_read(v), orders = orders_of(v);
-    constexpr bool few = std::is_same_v<Values, Few<R, 1>> || std::is_same_v<Values, Few<R, width - 1>>;
+    constexpr std::int64_t width = lane_width<R>, widest_of_walk = registers * width;
+    constexpr bool few = std::is_same_v<Values, Few<R, 1>> || std::is_same_v<Values, Few<R, lane_width<R> - 1>>;
     // The same place among the observations behind these, where there are several blocks. A block alone reads all that
     // lies in memory, which the processor foresees by itself.
-    const std::int64_t ahead = variables.size() > registers * width ? observations.size() : 0;
-    for (Range block = variables; block.first < variables.end;
-         block.first += registers * width, tile += registers * width) {
-        block.end = std::min(block.first + registers * width, variables.end);
+    const std::int64_t ahead = variables.size() > widest_of_walk ? observations.size() : 0;
+    for (Range block = variables; block.first < variables.end; block.first += widest_of_walk, tile += widest_of_walk) {
+        block.end = std::min(block.first + widest_of_walk, variables.end);
         const Values values(data, block, ahead);
         const auto place = [=](int k) NVO_INLINE { return few ? 0 : place_of_register<R>(k, block); };
         const auto first = [=](int k) NVO_INLINE { return few ? 0 : block.first + place(k); };
-        RegisterSums<V> s[registers];
-        unroll<registers>([&](auto k) NVO_INLINE {
-            for_each_order<read.raw>([&](auto n) NVO_INLINE { s[k].raw[n] = load<V>(sums.raw[n] + first(k)); });
-            for_each_order<read.central>([&](auto n)
-                                             NVO_INLINE { s[k].central[n] = load<V>(sums.central[n] + first(k)); });
-        });
-        const Step<R>* step = first_step;
-        R* deviations = tile;
-        for (std::int64_t i = observations.first; i < observations.end; ++i) {
-            [[maybe_unused]] const R w = v.weighted ? data.w[i] : R{1};
-            if constexpr (v.pass == Pass::fast && v.weighted) {
-                if (w == 0) continue;
-            }
-            unroll<registers>([&](auto k) NVO_INLINE {
-                const V x = values.template at<k>(i);
-                if constexpr (v.pass == Pass::fast) fast<v>(s[k], x, w);
-                if constexpr (v.pass == Pass::two) two_pass<v>(s[k], x, w);
-                if constexpr (v.pass == Pass::one) {
-                    const V d = one_pass<v>(s[k], x, *step);
-                    if constexpr (v.cross) store(deviations + place(k), d);
-                }
-            });
-            if constexpr (v.pass == Pass::one) ++step;
-            if constexpr (v.cross) deviations += stride;
-        }
-        unroll<registers>([&](auto k) NVO_INLINE {
-            for_each_order<orders.raw>([&](auto n) NVO_INLINE { store(sums.raw[n] + first(k), s[k].raw[n]); });
-            for_each_order<orders.central>([&](auto n)
-                                               NVO_INLINE { store(sums.central[n] + first(k), s[k].central[n]); });
-        });
+        RegisterSums<Register<R>> s[registers];
+        load_sums<v>(s, sums, first);
+        add_observations<v>(s, values, place, data.w, observations, first_step, tile, stride);
+        store_sums<v>(s, sums, first);
     }
 }
 
@@ -288,17 +305,18 @@ template <Real R>
 void add_products(R* cross, std::int64_t p, Range variables, const R* deviations, R* scaled, std::int64_t stride,
                   const Step<R>* steps, std::int64_t observations) {
     using V = Register<R>;
-    constexpr int registers = 4, width = lane_width<R>;
-    static_assert(registers * width <= widest_block);
+    constexpr int registers = 4;
+    constexpr std::int64_t width = lane_width<R>, lanes = registers * width;
+    static_assert(lanes <= widest_block);
     const std::int64_t count = variables.size();
     for (std::int64_t i = 0; i < observations; ++i)
         for (std::int64_t a = 0; a < count; ++a) scaled[i * stride + a] = steps[i].c * deviations[i * stride + a];
     for (std::int64_t b = 0; b < count; ++b) {
         R* column = cross + (variables.first + b) * p + variables.first;
-        for (std::int64_t a = 0; a <= b; a += registers * width) {
+        for (std::int64_t a = 0; a <= b; a += lanes) {
             V s[registers];
-            const std::int64_t rest = std::min<std::int64_t>(b + 1 - a, registers * width);
-            R local[registers * width] = {};
+            const std::int64_t rest = std::min(b + 1 - a, lanes);
+            R local[lanes] = {};
             std::copy_n(column + a, rest, local);
             unroll<registers>([&](auto k) NVO_INLINE { s[k] = load<V>(local + k * width); });
             const R* d_a = scaled + a;

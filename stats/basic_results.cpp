@@ -2,6 +2,7 @@
 
 #include "nvo_ark/vector_math.h"
 #include "stats/basic_formulas.h"
+#include "support/vector_call.h"
 
 namespace nvo::stats {
 
@@ -10,37 +11,49 @@ namespace {
 void inverse_square_roots(std::int32_t n, float* x) { nvo_ark_kernel_sInvSqrt_ttab[0](n, x, x); }
 void inverse_square_roots(std::int32_t n, double* x) { nvo_ark_kernel_dInvSqrt_ttab[0](n, x, x); }
 
+// Raw moments and sums of variable j. mean[k] becomes the mean of x^k, for the central ones.
+template <Real R>
+void write_raw(const Plan<R>& plan, const Sums<R>& sums, std::int64_t j, R (&mean)[highest_order + 1]) {
+    const unsigned orders = plan.orders.raw | 0b10; // the two-pass form has its means
+    for (int k = 1; k <= highest_order; ++k) {
+        if (!has_order(orders, k)) continue;
+        R* const moment = plan.arrays.raw[k];
+        R* const sum = plan.arrays.raw_sum[k];
+        mean[k] = sums.raw[k][j];
+        if (plan.pass == Pass::fast || (plan.pass == Pass::two && k > 1)) mean[k] /= sums.weights.sum;
+        if (moment) moment[j] = mean[k];
+        if (sum && (!moment || plan.request.needs(raw_sum_bit(k)))) sum[j] = mean[k] * sums.weights.sum;
+    }
+}
+
+// Central ones of the orders given.
+template <Real R>
+void write_central(const Plan<R>& plan, const Sums<R>& sums, std::int64_t j, unsigned orders,
+                   const R (&mean)[highest_order + 1]) {
+    for (int k = 2; k <= highest_order; ++k) {
+        if (!has_order(orders, k)) continue;
+        R* const moment = plan.arrays.central[k];
+        R* const sum = plan.arrays.central_sum[k];
+        const R central_sum =
+            plan.pass == Pass::fast ? central_sum_from_raw(k, mean, sums.weights.sum) : sums.central[k][j];
+        if (sum) sum[j] = central_sum;
+        if (moment && (!sum || plan.request.needs(central_bit(k))))
+            moment[j] = central_moment_of(k, central_sum, sums.weights);
+    }
+}
+
 } // namespace
 
 template <Real R> void write_moments(const Plan<R>& plan, const Sums<R>& sums) {
-    const Weights<R> w = sums.weights;
-    const BasicRequest& request = plan.request;
-    const bool fast = plan.pass == Pass::fast, two = plan.pass == Pass::two;
-    const unsigned raw = plan.orders.raw | 0b10; // the two-pass form has its means
     unsigned central = plan.orders.central;
-    for (int k = 2; fast && k <= highest_order; ++k)
-        if (request.needs(central_bit(k) | central_sum_bit(k))) central |= 1U << k;
+    for (int k = 2; plan.pass == Pass::fast && k <= highest_order; ++k)
+        if (plan.request.needs(central_bit(k) | central_sum_bit(k))) central |= 1U << k;
 
     for (std::int64_t i = 0; i < plan.variables.count(); ++i) {
         const std::int64_t j = plan.variables[i];
         R mean[highest_order + 1] = {};
-        for (int k = 1; k <= highest_order; ++k) {
-            if (!has_order(raw, k)) continue;
-            R* const moment = plan.arrays.raw[k];
-            R* const sum = plan.arrays.raw_sum[k];
-            mean[k] = sums.raw[k][j];
-            if (fast || (two && k > 1)) mean[k] /= w.sum;
-            if (moment) moment[j] = mean[k];
-            if (sum && (!moment || request.needs(raw_sum_bit(k)))) sum[j] = mean[k] * w.sum;
-        }
-        for (int k = 2; k <= highest_order; ++k) {
-            if (!has_order(central, k)) continue;
-            R* const moment = plan.arrays.central[k];
-            R* const sum = plan.arrays.central_sum[k];
-            const R central_sum = fast ? central_sum_from_raw(k, mean, w.sum) : sums.central[k][j];
-            if (sum) sum[j] = central_sum;
-            if (moment && (!sum || request.needs(central_bit(k)))) moment[j] = central_moment_of(k, central_sum, w);
-        }
+        write_raw(plan, sums, j, mean);
+        write_central(plan, sums, j, central, mean);
     }
 }
 
@@ -67,9 +80,8 @@ void write_matrices(const TaskRecord<R>& t, const SelectedVariables& variables, 
     const R f = covariance_factor(weights);
     if ((bits & OST_STAT_EST_COR) != 0) {
         for (std::int64_t a = 0; a < cross.size(); ++a) work[a] = cross.get(a, a);
-        const std::uint32_t mode = nvo_ark_kernel_SetMode(ARK_DENORMALS_KEEP);
+        const VectorCall around;
         inverse_square_roots(static_cast<std::int32_t>(cross.size()), work);
-        nvo_ark_kernel_SetMode(mode);
     }
     const auto write = [&](bool in_place, std::uint64_t bit, R* elements, const void* storage, auto value) {
         if ((bits & bit) == 0 || in_place != (elements == cross.elements())) return;
