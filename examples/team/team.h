@@ -49,10 +49,15 @@ private:
     // ---- the descriptor --------------------------------------------------------------------------------------------
 
     static void run_for(std::int64_t count, std::int64_t threads, void* context, OstTeamBody* body) {
+        // Runs of neighbouring items, whose data mostly lie side by side; short ones, so that no thread waits long for
+        // another at the end.
+        const std::int64_t members = std::min(threads, count), run = std::max<std::int64_t>(count / (members * 16), 1);
         std::atomic<std::int64_t> next = 0;
-        const std::int64_t members = std::min(threads, count);
         current->run(members, [&](std::int64_t member) {
-            for (std::int64_t item = next++; item < count; item = next++) body(item, member, members, context);
+            for (std::int64_t first = next.fetch_add(run); first < count; first = next.fetch_add(run)) {
+                for (std::int64_t item = first; item < std::min(first + run, count); ++item)
+                    body(item, member, members, context);
+            }
         });
     }
     static void run_for_ordered(std::int64_t count, std::int64_t threads, void* context, OstTeamBody* body) {
