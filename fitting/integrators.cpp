@@ -28,6 +28,8 @@ using std::int64_t;
 // What is done to two polynomials, or to one in two places, is done side by side.
 template <Real R> using Two = Lanes<R, 2>;
 
+constexpr int64_t group = 16; // pairs that are done side by side where they share their cells
+
 // ---- sums ----------------------------------------------------------------------------------------------------------
 
 // The sum of the terms of pieces begin, ..., end - 1, two at a time: terms(k) are those of pieces k and k + 1. Numbers
@@ -113,6 +115,7 @@ template <Real R, class A> R product(const A& a, int64_t order, Two<R> t, R leng
 //   bound(a, end), to(a, bound(a, end), t)
 //                               integral from t to end; the first does what doesn't depend on t
 //   inside(a, t, length)        integral of the first polynomial from t[0] to t[1], for pairs without callbacks
+//   inside(a, u, v, length)     the same from u to v, in as many lanes as a has
 //   product(a, t, lo, hi, x)    the same, for pairs with callbacks: as length times mean value its error is relative to
 //                               the length, where that of a difference of antiderivatives isn't
 template <Real R, IntegralModel model> struct Polynomial;
@@ -125,8 +128,11 @@ template <Real R> struct Polynomial<R, IntegralModel::Linear> {
     explicit Polynomial(const TaskRecord<R>&) {}
     static A of(const R* c, const R* d) { return {V{c[0], d[0]}, V{c[1], d[1]} * R(0.5)}; }
     static V bound(const A&, V end) { return end; }
-    static V to(const A& a, V end, V t) { return ((t + end) * a[1] + a[0]) * (end - t); }
-    static R inside(const A& a, V t, R) { return to(a, V{t[1], 0}, V{t[0], 0})[0]; }
+    template <class W> static W to(const std::array<W, 2>& a, W end, W t) {
+        return ((t + end) * a[1] + a[0]) * (end - t);
+    }
+    template <class W> static W inside(const std::array<W, 2>& a, W u, W v, W) { return to(a, v, u); }
+    static R inside(const A& a, V t, R) { return to(std::array{a[0][0], a[1][0]}, t[1], t[0]); }
     static R product(const A& a, V, R lo, R hi, R x) { return (hi - lo) * (a[0][0] + a[1][0] * (hi + lo - 2 * x)); }
 };
 
@@ -136,10 +142,13 @@ template <Real R, class A_> struct ByAntiderivative {
     using A = A_;
 
     static V bound(const A& a, V end) { return antiderivative(a, end); }
-    static V to(const A& a, V bound, V t) { return bound - antiderivative(a, t); }
+    template <class Any, class W> static W to(const Any& a, W bound, W t) { return bound - antiderivative(a, t); }
     static R inside(const A& a, V t, R) {
         const V f = antiderivative(a, t);
         return f[1] - f[0];
+    }
+    template <class W, std::size_t n> static W inside(const std::array<W, n>& a, W u, W v, W) {
+        return antiderivative(a, v) - antiderivative(a, u);
     }
 };
 
@@ -150,9 +159,12 @@ template <Real R> struct Polynomial<R, IntegralModel::Quad> : ByAntiderivative<R
 
     explicit Polynomial(const TaskRecord<R>&) {}
     static A of(const R* c, const R* d) { return {V{c[0], d[0]}, V{c[1], d[1]} * R(0.5), V{c[2], d[2]} / 3}; }
+    template <class W> static W inside(const std::array<W, 3>& a, W u, W v, W length) {
+        const W sum = u + v;
+        return length * (a[0] + a[1] * sum + a[2] * (sum * sum - u * v));
+    }
     static R inside(const A& a, V t, R length) {
-        const R sum = t[0] + t[1];
-        return length * (a[0][0] + a[1][0] * sum + a[2][0] * (sum * sum - t[0] * t[1]));
+        return inside(std::array{a[0][0], a[1][0], a[2][0]}, t[0], t[1], length);
     }
     static R product(const A& a, V t, R lo, R hi, R) { return inside(a, t, hi - lo); }
 };
@@ -244,7 +256,38 @@ public:
             const V parts = P::to(a, bound, t); // from lo to the end, and from hi to the begin
             return (parts[0] + whole) - parts[1];
         }
+        // Of whole groups of pairs, in lanes: the same operations.
+        void integrals(int64_t n, const R* lo, const R* hi, R* r) const {
+            using W = Lanes<R, lane_width<R>>;
+            std::array<W, P::order> from, to;
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < P::order; ++k) {
+                from[k] = splat<W>(a[k][0]);
+                to[k] = splat<W>(a[k][1]);
+            }
+            const auto begin = splat<W>(centre[0]), end = splat<W>(bound[0]), middle = splat<W>(whole);
+            const auto last_begin = splat<W>(centre[1]), last_bound = splat<W>(bound[1]);
+            if (one_piece) {
+                for (int64_t i = 0; i < n; i += lane_width<R>) {
+                    const W left = load<W>(lo + i), right = load<W>(hi + i);
+                    store(r + i, P::inside(from, left - begin, right - begin, right - left));
+                }
+                return;
+            }
+#pragma GCC unroll 2
+            for (int64_t i = 0; i < n; i += lane_width<R>) {
+                const W first = P::to(from, end, load<W>(lo + i) - begin);
+                const W last = P::to(to, last_bound, load<W>(hi + i) - last_begin);
+                store(r + i, (first + middle) - last);
+            }
+        }
     };
+    // The pieces of a pair are told by its cells alone, and integrals() is there.
+    static constexpr bool in_groups = Pieces::begins_at_centre && model != IntegralModel::Arb;
+    [[gnu::noinline]] void integrate_sharing(const LimitPairs<R>& pairs, R* r) const {
+        const auto first = pieces_.piece(0, *pairs.left_cell), last = pieces_.piece(0, *pairs.right_cell);
+        span(first, last).integrals(pairs.n, pairs.left, pairs.right, r);
+    }
 
     int64_t piece(R limit, int64_t cell) const { return pieces_.piece(limit, cell); }
     R product(int64_t k, R lo, R hi) const {
@@ -331,6 +374,7 @@ public:
     };
 
     int64_t piece(R limit, int64_t cell) const { return pieces_.piece(limit, cell); }
+    static constexpr bool in_groups = false;
     R product(int64_t k, R lo, R hi) const { return (hi - lo) * y(k); }
     static void prefetch(int64_t) {}
     Span span(int64_t first, int64_t last) const {
@@ -353,10 +397,32 @@ private:
 constexpr int64_t ahead = 12;                  // pairs: about as long as memory takes
 constexpr int64_t cached_coefficients = 32768; // of more, those that are wanted next are fetched
 
-// Not inlined, since it is called in two places.
+// How many pairs from i on, in whole groups, ascend and lie in the same two cells.
+template <Real R> int64_t pairs_sharing_cells(const LimitPairs<R>& pairs, int64_t i) {
+    using W = Lanes<R, lane_width<R>>;
+    using Cells = Lanes<int64_t, 2>;
+    const int64_t first = i;
+    const int64_t *left = pairs.left_cell, *right = pairs.right_cell;
+    const auto from = splat<Cells>(left[first]), to = splat<Cells>(right[first]);
+    for (; i + group <= pairs.n; i += group) {
+        // Cells seldom go from one to another and back, so that mostly the last ones tell.
+        if (left[i + group - 1] != left[first] || right[i + group - 1] != right[first]) break;
+        Cells differ{};
+        auto ascend = ~LaneMask<R, lane_width<R>>{};
+#pragma GCC unroll 8
+        for (int64_t k = i; k < i + group; k += 2)
+            differ |= (load<Cells>(left + k) ^ from) | (load<Cells>(right + k) ^ to);
+#pragma GCC unroll 8
+        for (int64_t k = i; k < i + group; k += lane_width<R>)
+            ascend &= load<W>(pairs.left + k) < load<W>(pairs.right + k);
+        if ((differ[0] | differ[1]) != 0 || lane_bits(ascend) != (1U << lane_width<R>)-1) break;
+    }
+    return i - first;
+}
+
+// Pair by pair. Not inlined, since it is called in two places.
 template <class Model, Real R>
-[[gnu::noinline]] void integrate(const TaskRecord<R>& task, int64_t function, const LimitPairs<R>& pairs, R* r) {
-    const Model model(task, function);
+[[gnu::noinline]] void integrate_each(const Model model, const TaskRecord<R>& task, const LimitPairs<R>& pairs, R* r) {
     const int64_t prefetched = task.s_order > cached_coefficients / task.nx ? pairs.n - ahead : 0;
     typename Model::Span span{};
     int64_t first = -1, last = -1; // the pieces of that span
@@ -388,6 +454,24 @@ template <class Model, Real R>
         const R integral = span.integral(lo, hi);
         r[i] = swapped ? -integral : integral;
     }
+}
+
+template <class Model, Real R>
+void integrate(const TaskRecord<R>& task, int64_t function, const LimitPairs<R>& pairs, R* r) {
+    const Model model(task, function);
+    int64_t done = 0;
+    if constexpr (Model::in_groups) {
+        for (int64_t i = 0; i + group <= pairs.n;) {
+            const int64_t sharing = pairs_sharing_cells(pairs, i);
+            if (sharing > 0) {
+                if (done < i) integrate_each(model, task, pairs.part(done, i), r + done);
+                model.integrate_sharing(pairs.part(i, i + sharing), r + i);
+                done = i + sharing;
+            }
+            i += std::max(sharing, group);
+        }
+    }
+    if (done < pairs.n) integrate_each(model, task, pairs.part(done, pairs.n), r + done);
 }
 
 // ---- pairs with callbacks ------------------------------------------------------------------------------------------

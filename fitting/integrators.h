@@ -33,6 +33,11 @@ template <Real R> struct LimitPairs {
     const std::int64_t* left_cell;
     const R* right;
     const std::int64_t* right_cell;
+
+    // Pairs first, ..., end - 1.
+    LimitPairs part(std::int64_t first, std::int64_t end) const {
+        return {end - first, left + first, left_cell + first, right + first, right_cell + first};
+    }
 };
 
 // r[i] gets the integral of one function over pair i.
