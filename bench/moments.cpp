@@ -172,20 +172,40 @@ void print_times(const PartRequest& request) {
 struct TwoThreads {
     double one, one_again, two;
 };
-TwoThreads time_threads(Task& task, MomentWork work, const OstThreading* threading) {
+template <class Run> TwoThreads time_threads(const Run& run) {
     const auto time = [&](const OstThreading* threads) {
         const auto start = std::chrono::steady_clock::now();
-        task.run(work, threads);
+        run(threads);
         return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
     };
     constexpr int repetitions = 15;
     TwoThreads best{INFINITY, INFINITY, INFINITY};
     for (int i = 0; i < repetitions; ++i) {
         best.one = std::min(best.one, time(nullptr));
-        best.two = std::min(best.two, time(threading));
+        best.two = std::min(best.two, time(Team::descriptor()));
         best.one_again = std::min(best.one_again, time(nullptr));
     }
     return best;
+}
+
+// What the memory allows: the same for doing nothing with the values but reading them.
+TwoThreads time_reading(const std::vector<double>& x) {
+    const auto half = static_cast<std::ptrdiff_t>(x.size() / 2);
+    const auto read = [&](std::int64_t first_half, std::int64_t halves) {
+        const auto *p = reinterpret_cast<const std::int64_t*>(x.data()) + first_half * half, *end = p + halves * half;
+        std::int64_t seen[8] = {};
+        for (; end - p >= 8; p += 8)
+            for (int k = 0; k < 8; ++k) seen[k] ^= p[k];
+        benchmark::DoNotOptimize(seen);
+    };
+    return time_threads([&](const OstThreading* threading) {
+        if (!threading) return read(0, 2);
+        threading->run_team(2, const_cast<void*>(static_cast<const void*>(&read)),
+                            [](std::int64_t thread, std::int64_t, std::int64_t, void* context) -> std::int64_t {
+                                (*static_cast<decltype(&read)>(context))(thread, 1);
+                                return 0;
+                            });
+    });
 }
 
 struct ThreadGoal {
@@ -223,6 +243,7 @@ void judge(Verdicts& verdicts, Contest& contest) {
 void print_goals(const PartRequest& request) {
     std::puts(request.markdown ? "### Goals of moments\n" : "Goals of moments:");
     std::string summary;
+    double reading = 0;
     {
         Verdicts verdicts(request.markdown);
         for_each_contest(request, [&](Contest& contest) { judge(verdicts, contest); });
@@ -232,7 +253,11 @@ void print_goals(const PartRequest& request) {
             constexpr std::int64_t many_values = 10 * values;
             const MomentData data = make_data(goal.p, many_values / goal.p, goal.rows);
             Task task(data);
-            const TwoThreads t = time_threads(task, goal.work, Team::descriptor());
+            const TwoThreads t = time_threads([&](const OstThreading* threading) { task.run(goal.work, threading); });
+            if (reading == 0) {
+                const TwoThreads r = time_reading(data.x);
+                reading = r.two / std::min(r.one, r.one_again);
+            }
             const double one = std::min(t.one, t.one_again);
             const std::string row =
                 std::string(goal.name) + " " + std::to_string(goal.p) + (goal.rows ? " rows" : " columns");
@@ -242,6 +267,9 @@ void print_goals(const PartRequest& request) {
         summary = verdicts.summary();
     }
     std::puts(summary.c_str());
+    if (reading > 0)
+        std::printf("\nTwo threads take %.2f of the time of one to do nothing with 10^7 values but read them.\n",
+                    reading);
 }
 
 } // namespace
