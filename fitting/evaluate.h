@@ -1,7 +1,7 @@
 // The evaluators: values and derivatives of a model at the sites of one block, whose cells are known.
 #pragma once
 
-#include "fitting/task.h"
+#include "fitting/model.h"
 #include "support/integers.h"
 
 #include <array>
@@ -16,10 +16,6 @@ inline constexpr std::int64_t evaluation_block = 256; // sites at most
 template <Real R>
 using InterpolateCallback =
     std::conditional_t<std::same_as<R, float>, nvo_df_sInterpolateCallback, nvo_df_dInterpolateCallback>;
-
-// In the order of the dispatch tables.
-enum class Model { linear, quadratic, cubic, subbotin, arbitrary, step_left, step_right, look_up };
-inline constexpr int models = 8;
 
 // The derivatives that a call asks for: entry d of the flags is that of order d, and order 0 is the value. Anything but
 // 0 counts as 1.

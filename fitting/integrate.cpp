@@ -2,6 +2,7 @@
 // model's integrator, then the results to their places.
 #include "fitting/exports.h"
 #include "fitting/integrators.h"
+#include "fitting/model.h"
 #include "fitting/outcome.h"
 #include "fitting/search.h"
 #include "frame/lanes.h"
@@ -42,33 +43,21 @@ template <>
 constexpr std::array<CallbackIntegrator<double>*, integral_models> callback_integrators<double> = {
     NVO_DF_INTEGRATORS(NVO_DF_CALLBACK, d, double)};
 
-std::optional<IntegralModel> model_of(int64_t order, int64_t type, bool all_callbacks) {
-    using enum IntegralModel;
-    if (order > 4) return Arb;
-    switch (order) {
-    case 2: return Linear;
-    case 3:
-        if (type == DF_TYPE_SUBBOTIN) return Subb;
-        return type == DF_TYPE_DEFAULT ? std::optional(Quad) : std::nullopt;
-    case 4:
-        switch (type) {
-        case DF_TYPE_DEFAULT:
-        case DF_TYPE_NATURAL:
-        case DF_TYPE_HERMITE:
-        case DF_TYPE_BESSEL:
-        case DF_TYPE_AKIMA:
-        case DF_TYPE_HYMAN: return Cub;
-        default: return std::nullopt;
-        }
-    case 0:
-        switch (type) {
-        case DF_TYPE_STEP_LEFT: return PwL;
-        case DF_TYPE_STEP_RIGHT: return PwR;
-        case DF_TYPE_LOOK_UP: return std::nullopt;
-        default: return all_callbacks ? std::optional(Arb) : std::nullopt;
-        }
-    default: return std::nullopt;
+// Values to look up have no integral.
+template <Real R> std::optional<IntegralModel> integral_model_of(const TaskRecord<R>& task, bool all_callbacks) {
+    const auto model = model_of(task, all_callbacks);
+    if (!model) return std::nullopt;
+    switch (*model) {
+    case Model::linear: return IntegralModel::Linear;
+    case Model::quadratic: return IntegralModel::Quad;
+    case Model::cubic: return IntegralModel::Cub;
+    case Model::subbotin: return IntegralModel::Subb;
+    case Model::arbitrary: return IntegralModel::Arb;
+    case Model::step_left: return IntegralModel::PwL;
+    case Model::step_right: return IntegralModel::PwR;
+    case Model::look_up: break;
     }
+    return std::nullopt;
 }
 
 bool is_step(IntegralModel model) { return model == IntegralModel::PwL || model == IntegralModel::PwR; }
@@ -282,7 +271,7 @@ template <Real R> std::int32_t integrate(DFTask1D* handle, Call<R> call, R* r, c
     call.r = r;
     if (!handle) return DF_ST_NO_TASK;
     const auto& task = record_of<R>(handle);
-    const auto model = model_of(task.s_order, task.s_type, call.callbacks.all());
+    const auto model = integral_model_of(task, call.callbacks.all());
     if (!model) return DF_ST_BAD_TYPE;
     const auto left = select_search(task, call.left.hint, call.left.datahint, call.search_cb);
     const auto right = select_search(task, call.right.hint, call.right.datahint, call.search_cb);

@@ -68,31 +68,6 @@ template <Real R> struct Request {
     std::int64_t results() const { return orders.count() * task.functions(); } // of a site
 };
 
-template <Real R> std::optional<Model> model_of(const TaskRecord<R>& task, bool all_callbacks) {
-    switch (task.s_order) {
-    case 0:
-        if (task.s_type == DF_TYPE_LOOK_UP) return Model::look_up;
-        if (task.s_type == DF_TYPE_STEP_RIGHT) return Model::step_right;
-        if (task.s_type == DF_TYPE_STEP_LEFT) return Model::step_left;
-        return all_callbacks ? std::optional(Model::arbitrary) : std::nullopt;
-    case 2: return Model::linear;
-    case 3:
-        if (task.s_type == DF_TYPE_SUBBOTIN) return Model::subbotin;
-        return task.s_type == DF_TYPE_DEFAULT ? std::optional(Model::quadratic) : std::nullopt;
-    case 4:
-        switch (task.s_type) {
-        case DF_TYPE_DEFAULT:
-        case DF_TYPE_NATURAL:
-        case DF_TYPE_HERMITE:
-        case DF_TYPE_BESSEL:
-        case DF_TYPE_AKIMA:
-        case DF_TYPE_HYMAN: return Model::cubic;
-        default: return std::nullopt;
-        }
-    default: return task.s_order > 4 ? std::optional(Model::arbitrary) : std::nullopt;
-    }
-}
-
 // ---- staging -------------------------------------------------------------------------------------------------------
 
 struct Dimension {
