@@ -107,12 +107,6 @@ int64_t place_near(const TaskRecord<R>& task, const LimitPairs<R>& pairs, int64_
     return misses;
 }
 
-// Sorted limits that are dense are found faster yet by going on from the one before.
-bool gains_near(Search kind, int64_t nx, int64_t nlim) {
-    const bool bisects = kind == Search::hybrid || kind == Search::peak;
-    return nx > 2 * near_breaks && (bisects || (kind == Search::sorted && nlim < 2 * nx));
-}
-
 template <Real R> struct Call {
     int64_t nlim;
     Limits<R> left, right;
@@ -131,7 +125,7 @@ public:
         : handle_(handle), task_(record_of<R>(handle)), call_(call),
           left_search_(task_, left_kind, call.left.datahint, call.search_cb, call.search_params),
           right_search_(task_, right_kind, call.right.datahint, call.search_cb, call.search_params),
-          looks_near_(gains_near(right_kind, task_.nx, call.nlim)),
+          looks_near_((right_kind == Search::hybrid || right_kind == Search::peak) && task_.nx > 2 * near_breaks),
           integrator_(integrators<R>[static_cast<std::size_t>(model)]),
           callback_integrator_(callback_integrators<R>[static_cast<std::size_t>(model)]) {}
 

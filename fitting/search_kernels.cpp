@@ -107,21 +107,33 @@ template <Real R> struct Extent {
     }
 };
 
-// The cells of four sites of which each has `low` to low + 3 breakpoints at or below it, x[low + 2] among the inner
-// ones.
-template <Real R> Indexes count_three(const R* x, std::int64_t low, const R* t) {
-    constexpr int width = lane_width<R>;
-    FourMasks<R> count;
-    for (int i = 0; i < registers_of_four<R>; ++i) {
-        const auto site = load<Lanes<R, width>>(t + i * width);
-        count[i] = (site >= x[low]) + (site >= x[low + 1]) + (site >= x[low + 2]);
-    }
-    return static_cast<std::int32_t>(low) - narrowed(count);
-}
+// Four sites in lanes.
+template <Real R> struct FourSites {
+    using V = Lanes<R, lane_width<R>>;
+    Four<R> site;
 
-// A group that goes on from the cell of the site before it lies in that cell as a whole, or in a stretch of breakpoints
-// from there on, whose length is found in powers of 4. Where it does neither, since the sites don't ascend, it is
-// bisected from the start: the hint makes a search fast, it makes no cell wrong. NaNs get some cell here.
+    [[gnu::always_inline]] explicit FourSites(const R* t) {
+        for (int i = 0; i < registers_of_four<R>; ++i) site[i] = load<V>(t + i * lane_width<R>);
+    }
+    // Their cells, if each has `low` to low + n breakpoints at or below it, x[low + n - 1] among the inner ones.
+    template <int n> [[gnu::always_inline]] Indexes cells(const R* x, std::int64_t low) const {
+        FourMasks<R> count{};
+#pragma GCC unroll 8
+        for (int k = 0; k < n; ++k)
+            for (int i = 0; i < registers_of_four<R>; ++i) count[i] += site[i] >= x[low + k];
+        return static_cast<std::int32_t>(low) - narrowed(count);
+    }
+    [[gnu::always_inline]] bool within(V lower, V upper) const {
+        auto inside = ~LaneMask<R, lane_width<R>>{};
+        for (const V t : site) inside &= not_above(lower, t) & below(t, upper);
+        return lane_bits(inside) == (1U << lane_width<R>)-1;
+    }
+};
+
+// A group of sites goes on from the cell of the site before it. It lies in that cell as a whole; or in the few next
+// ones; or it gets on by a few cells with every four sites; or it lies in a longer stretch of breakpoints, whose length
+// is found in powers of 4. Where it does none of this, since the sites don't ascend, it is bisected from the start: the
+// hint makes a search fast, it makes no cell wrong. NaNs get some cell here.
 template <Real R, class Cell> class SortedSearch {
 public:
     explicit SortedSearch(const SearchCall<R>& call) : call_(call), inner_(call.nx - 1) {
@@ -143,14 +155,24 @@ public:
 
 private:
     using V = Lanes<R, lane_width<R>>;
+    static constexpr std::int64_t stretch = 32;
 
     [[gnu::noinline]] void move(const R* t, Extent<R> extent, Cell* found) {
         const R* x = call_.x;
         const std::int64_t low = std::max<std::int64_t>(std::min(last_, inner_) - 1, 0);
         const auto ends_before = [&](std::int64_t j) { return extent.within(lower_, splat<V>(x[j])); };
-        if (last_ + 3 <= inner_ && ends_before(last_ + 3) && inner_ <= std::numeric_limits<std::int32_t>::max()) {
+        const bool narrow = inner_ <= std::numeric_limits<std::int32_t>::max();
+        const auto count = [&]<int n>(std::integral_constant<int, n>) {
 #pragma GCC unroll 4
-            for (int s = 0; s < sorted_group; s += 4) store_indexes(found + s, count_three(x, last_, t + s));
+            for (int s = 0; s < sorted_group; s += 4)
+                store_indexes(found + s, FourSites<R>(t + s).template cells<n>(x, last_));
+        };
+        if (narrow && last_ + 3 <= inner_ && ends_before(last_ + 3)) {
+            count(std::integral_constant<int, 3>{});
+        } else if (narrow && last_ + 8 <= inner_ && ends_before(last_ + 8)) {
+            count(std::integral_constant<int, 8>{});
+        } else if (narrow && last_ + stretch <= inner_ && extent.within(lower_, splat<V>(x[last_ + stretch]))) {
+            step_on(t, found);
         } else if (extent.within(lower_, splat<V>(std::numeric_limits<R>::infinity()))) {
             std::int64_t n = 4;
             while (n < inner_ - low && !ends_before(low + n)) n *= 4;
@@ -159,6 +181,23 @@ private:
             bisect_group(0, inner_, t, found);
         }
         enter(found[sorted_group - 1], t[sorted_group - 1]);
+    }
+
+    // Within `stretch` breakpoints from the cell before.
+    void step_on(const R* t, Cell* found) const {
+        const R* x = call_.x;
+        std::int64_t low = last_;
+        V lower = lower_;
+        for (int s = 0; s < sorted_group; s += 4) {
+            const FourSites<R> sites(t + s);
+            if (low + 8 <= inner_ && sites.within(lower, splat<V>(x[low + 8]))) {
+                store_indexes(found + s, sites.template cells<8>(x, low));
+            } else {
+                bisect<4>(call_, last_, stretch, t + s, found + s);
+            }
+            low = found[s + 3];
+            if (low > 0) lower = splat<V>(x[low - 1]);
+        }
     }
 
     void bisect_group(std::int64_t low, std::int64_t n, const R* t, Cell* found) const {
