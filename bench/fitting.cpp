@@ -3,13 +3,11 @@
 #include "bench/fitting_peers.h"
 #include "bench/race.h"
 #include "bench/table.h"
-#include "bench/verdicts.h"
+#include "bench/two_threads.h"
 
-#include "examples/team/team.h"
 #include "nvo_ark/fitting.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -62,8 +60,7 @@ const std::vector<Row>& rows() {
     return all;
 }
 constexpr std::int64_t partitions[] = {1000, 1000000};
-constexpr double integral_limit = 2.5;          // times the evaluation
-constexpr double two_threads_limit = 1.0 / 1.7; // of one thread's time
+constexpr double integral_limit = 2.5; // times the evaluation
 
 bool constructs(FittingJob job) { return job < FittingJob::search; }
 
@@ -236,25 +233,12 @@ void judge_integrals(Verdicts& verdicts, std::int64_t nx, bool sorted) {
                    std::abs(t[1].best - t[2].best) / values, "");
 }
 
-// By the clock on the wall, one after the other: the time of a thread says nothing here. It wants two idle processors.
 void judge_threads(Verdicts& verdicts, const Row& row) {
-    using Clock = std::chrono::steady_clock;
     const Curves curves = make_curves(1000000, row.even, row.sorted);
     Spline spline(row.task, curves);
-    const Team team(2);
-    const auto nanoseconds = [&](const OstThreading* threading) {
-        const auto start = Clock::now();
+    time_two_threads([&](const OstThreading* threading) {
         spline.work(threading);
-        return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
-    };
-    double one[2] = {1e300, 1e300}, two = 1e300;
-    for (int repetition = 0; repetition < 20; ++repetition) {
-        one[repetition % 2] = std::min(one[repetition % 2], nanoseconds(nullptr));
-        two = std::min(two, nanoseconds(Team::descriptor()));
-    }
-    const double best = std::min(one[0], one[1]), units = spline.units();
-    verdicts.judge("two threads, of the time of one", name_of(row, curves.nx), two / units, best / units, two / best,
-                   two_threads_limit, std::abs(one[0] - one[1]) / best, "");
+    }).judge(verdicts, name_of(row, curves.nx), spline.units());
 }
 
 void print_goals(const PartRequest& request) {

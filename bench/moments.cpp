@@ -3,13 +3,11 @@
 #include "bench/moment_peers.h"
 #include "bench/race.h"
 #include "bench/table.h"
-#include "bench/verdicts.h"
-#include "examples/team/team.h"
+#include "bench/two_threads.h"
 
 #include "nvo_ark/statistics.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -168,27 +166,7 @@ void print_times(const PartRequest& request) {
 
 // ---- Threads --------------------------------------------------------------------------------------------------------
 
-// Milliseconds of a call, of one thread and of two, by the clock on the wall, in turns.
-struct TwoThreads {
-    double one, one_again, two;
-};
-template <class Run> TwoThreads time_threads(const Run& run) {
-    const auto time = [&](const OstThreading* threads) {
-        const auto start = std::chrono::steady_clock::now();
-        run(threads);
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-    };
-    constexpr int repetitions = 15;
-    TwoThreads best{INFINITY, INFINITY, INFINITY};
-    for (int i = 0; i < repetitions; ++i) {
-        best.one = std::min(best.one, time(nullptr));
-        best.two = std::min(best.two, time(Team::descriptor()));
-        best.one_again = std::min(best.one_again, time(nullptr));
-    }
-    return best;
-}
-
-// What the memory allows: the same for doing nothing with the values but reading them.
+// What the memory allows: doing nothing with the values but reading them.
 TwoThreads time_reading(const std::vector<double>& x) {
     const auto half = static_cast<std::ptrdiff_t>(x.size() / 2);
     const auto read = [&](std::int64_t first_half, std::int64_t halves) {
@@ -198,7 +176,7 @@ TwoThreads time_reading(const std::vector<double>& x) {
             for (int k = 0; k < 8; ++k) seen[k] ^= p[k];
         benchmark::DoNotOptimize(seen);
     };
-    return time_threads([&](const OstThreading* threading) {
+    return time_two_threads([&](const OstThreading* threading) {
         if (!threading) return read(0, 2);
         threading->run_team(2, const_cast<void*>(static_cast<const void*>(&read)),
                             [](std::int64_t thread, std::int64_t, std::int64_t, void* context) -> std::int64_t {
@@ -247,22 +225,17 @@ void print_goals(const PartRequest& request) {
     {
         Verdicts verdicts(request.markdown);
         for_each_contest(request, [&](Contest& contest) { judge(verdicts, contest); });
-        const Team team(2);
         for (const ThreadGoal& goal : thread_goals) {
             if (!std::regex_search(goal.name, request.pattern)) continue;
             constexpr std::int64_t many_values = 10 * values;
             const MomentData data = make_data(goal.p, many_values / goal.p, goal.rows);
             Task task(data);
-            const TwoThreads t = time_threads([&](const OstThreading* threading) { task.run(goal.work, threading); });
-            if (reading == 0) {
-                const TwoThreads r = time_reading(data.x);
-                reading = r.two / std::min(r.one, r.one_again);
-            }
-            const double one = std::min(t.one, t.one_again);
-            const std::string row =
-                std::string(goal.name) + " " + std::to_string(goal.p) + (goal.rows ? " rows" : " columns");
-            verdicts.judge("two threads, of the time of one; 10^7 values", row, 1e6 * t.two, 1e6 * one, t.two / one,
-                           1 / 1.7, std::abs(t.one - t.one_again) / one, "");
+            const std::string row = std::string(goal.name) + " " + std::to_string(goal.p) +
+                                    (goal.rows ? " rows" : " columns") + ", 10^7 values";
+            time_two_threads([&](const OstThreading* threading) {
+                task.run(goal.work, threading);
+            }).judge(verdicts, row);
+            if (reading == 0) reading = time_reading(data.x).ratio();
         }
         summary = verdicts.summary();
     }

@@ -3,7 +3,7 @@
 #include "bench/quantile_peers.h"
 #include "bench/race.h"
 #include "bench/table.h"
-#include "bench/verdicts.h"
+#include "bench/two_threads.h"
 
 #include "nvo_ark/statistics.h"
 
@@ -62,10 +62,12 @@ public:
     Task& operator=(const Task&) = delete;
     ~Task() { __ostSSDeleteTask(&task_); }
 
-    void find_quantiles() {
-        check(Entries<R>::quantiles(task_, OST_STAT_EST_QUANTILES, OST_STAT_METHOD_FAST, nullptr));
+    void find_quantiles(const OstThreading* threading = nullptr) {
+        check(Entries<R>::quantiles(task_, OST_STAT_EST_QUANTILES, OST_STAT_METHOD_FAST, threading));
     }
-    void sort() { check(Entries<R>::sort(task_, 0, OST_STAT_METHOD_RADIX_SORT, nullptr)); }
+    void sort(const OstThreading* threading = nullptr) {
+        check(Entries<R>::sort(task_, 0, OST_STAT_METHOD_RADIX_SORT, threading));
+    }
 
     // action(a copy of the variable, its number) for each variable.
     template <class Action> void for_each_copy(std::vector<R>& copy, Action action) const {
@@ -93,6 +95,8 @@ private:
     std::vector<R> orders_, x_, sorted_, quantiles_;
     OstSSTask* task_ = nullptr;
 };
+
+template <class R> const std::vector<R> five_orders = {R(0.05), R(0.25), R(0.5), R(0.75), R(0.95)};
 
 enum class Work { median, five_quantiles, sort };
 
@@ -138,9 +142,8 @@ Body repeat(std::function<void()> action) {
 template <class R> std::vector<Body> bodies_of(const Measured& measured) {
     using Peers = QuantilePeers<R>;
     using Reals = std::vector<R>;
-    const auto task = std::make_shared<Task<R>>(
-        measured.p, measured.n, measured.storage,
-        measured.work == Work::median ? Reals{R(0.5)} : Reals{R(0.05), R(0.25), R(0.5), R(0.75), R(0.95)});
+    const auto task = std::make_shared<Task<R>>(measured.p, measured.n, measured.storage,
+                                                measured.work == Work::median ? Reals{R(0.5)} : five_orders<R>);
     const auto copy = std::make_shared<Reals>();
     const auto peer = [=](auto action) {
         return repeat([=] { task->for_each_copy(*copy, [&](Reals& x, std::size_t j) { action(x, j); }); });
@@ -209,6 +212,13 @@ void print_goals(const PartRequest& request) {
                            measured.name, times[0].best, best, times[0].best / best, measured.limit,
                            std::abs(times[1].best - times[2].best) / best, "");
         }
+        Task<double> task(10, 1000000, OST_STAT_STORAGE_ROWS, five_orders<double>);
+        time_two_threads([&](const OstThreading* threading) {
+            task.find_quantiles(threading);
+        }).judge(verdicts, "five quantiles 10 rows, 10^7 values");
+        time_two_threads([&](const OstThreading* threading) {
+            task.sort(threading);
+        }).judge(verdicts, "sort of a task 10 rows, 10^7 values");
         summary = verdicts.summary();
     }
     std::puts(summary.c_str());
