@@ -1,8 +1,6 @@
 // Integration on teams: the same bits and statuses as on one thread.
 #include "tests/fitting/integrate.h"
 
-#include <gtest/gtest.h>
-
 namespace nvo::tests {
 namespace {
 
@@ -10,14 +8,11 @@ using Real = double;
 
 TEST(IntegrateOfThreads, SameBitsAsOneThread) {
     constexpr std::int64_t most = 5120;
-    for (IntegralShape shape : integral_models())
+    for (ModelShape shape : models)
         for (const std::int64_t ny : {1, 3}) {
             shape.ny = ny;
-            SCOPED_TRACE(shape.text());
-            IntegralSubject<Real> subject(shape);
-            std::vector<Real> a(most), b(most), serial(most * ny), r(most * ny);
-            for (Real& limit : a) limit = subject.limit();
-            for (Real& limit : b) limit = subject.limit();
+            ModelTask<Real> task(shape);
+            std::vector<Real> a = task.sites(most), b = task.sites(most), serial(most * ny), r(most * ny);
             for (const bool sorted : {false, true}) {
                 if (sorted) std::sort(a.begin(), a.end()), std::sort(b.begin(), b.end());
                 IntegrateCall<Real> integrate;
@@ -25,52 +20,39 @@ TEST(IntegrateOfThreads, SameBitsAsOneThread) {
                 integrate.left_hint = integrate.right_hint = sorted ? DF_SITE_SORTED : DF_SITE_FREE;
                 for (const std::int64_t n : {639, 640, 4095, 4096, 4097, 5120}) {
                     integrate.threading = nullptr;
-                    ASSERT_EQ(integrate(subject.task(), n, a.data(), b.data(), serial.data()), DF_ST_OK);
+                    ASSERT_EQ(integrate(task.task(), n, a.data(), b.data(), serial.data()), DF_ST_OK);
                     for (const int threads : {2, 3, 8}) {
                         const Team team(threads);
                         integrate.threading = Team::descriptor();
                         std::fill(r.begin(), r.end(), NAN);
-                        ASSERT_EQ(integrate(subject.task(), n, a.data(), b.data(), r.data()), DF_ST_OK);
+                        ASSERT_EQ(integrate(task.task(), n, a.data(), b.data(), r.data()), DF_ST_OK);
                         ASSERT_TRUE(std::equal(serial.data(), serial.data() + n * ny, r.data()))
-                            << n << " pairs, " << threads << " threads, sorted " << sorted;
+                            << shape.text() << ": " << n << " pairs, " << threads << " threads, sorted " << sorted;
                     }
                 }
             }
         }
 }
 
-// A descriptor that only tells what it is asked for.
-struct Asked {
-    std::int64_t count, threads;
-    bool operator==(const Asked&) const = default;
-};
-std::vector<Asked> asked;
-std::int32_t pretended_threads;
-constexpr OstThreading recording = {[](std::int64_t count, std::int64_t threads, void* context, OstTeamBody* body) {
-                                        asked.push_back({count, threads});
-                                        for (std::int64_t item = 0; item < count; ++item)
-                                            body(item, item % threads, threads, context);
-                                    },
-                                    nullptr, nullptr, nullptr, [] { return pretended_threads; }};
-
 TEST(IntegrateOfThreads, ItemsOfFiveBlocksThenOfOne) {
-    IntegralSubject<Real> subject({2, 0, 0, DF_GRID_IRREGULAR, DF_Y_BY_ROWS, 50, 3});
-    constexpr std::int64_t most = 6000;
-    std::vector<Real> a(most), b(most), r(most * 3);
+    ModelTask<Real> task({2, 0});
+    const std::vector<Real> a = task.sites(6000), b = task.sites(6000);
+    std::vector<Real> r(6000);
     IntegrateCall<Real> integrate;
-    integrate.threading = &recording;
+    integrate.threading = &RecordedTeam::descriptor;
     const struct {
         std::int64_t n;
         std::int32_t threads;
-        std::vector<Asked> expected;
+        std::vector<RecordedTeam::Run> expected;
     } cases[] = {{4095, 8, {}},        {4096, 1, {}},       {4096, 2, {{6, 2}, {2, 2}}}, {4096, 6, {{6, 6}, {2, 2}}},
                  {4096, 8, {{32, 8}}}, {4480, 7, {{7, 7}}}, {5999, 40, {{46, 40}}},      {4096, 50, {{32, 32}}}};
     for (const auto& c : cases) {
-        asked.clear();
-        pretended_threads = c.threads;
-        ASSERT_EQ(integrate(subject.task(), c.n, a.data(), b.data(), r.data()), DF_ST_OK);
-        EXPECT_EQ(asked, c.expected) << c.n << " pairs, " << c.threads << " threads";
+        RecordedTeam::runs.clear();
+        RecordedTeam::threads = c.threads;
+        ASSERT_EQ(integrate(task.task(), c.n, a.data(), b.data(), r.data()), DF_ST_OK);
+        EXPECT_EQ(RecordedTeam::runs, c.expected) << c.n << " pairs, " << c.threads << " threads";
     }
+    RecordedTeam::threads = 3;
 }
 
 // Status i for pair i, and failures from some pair on: the last one that isn't negative comes back, or the first

@@ -13,19 +13,26 @@
 
 namespace nvo::tests {
 
+template <class R> constexpr R not_a_number = std::numeric_limits<R>::quiet_NaN();
+
 // The breakpoints at or below t, and the last cell for the right end.
 template <class R> std::int64_t counted_cell(const std::vector<R>& x, R t) {
     if (t == x.back()) return static_cast<std::int64_t>(x.size()) - 1;
     return std::upper_bound(x.begin(), x.end(), t) - x.begin();
 }
 
+template <class R> std::vector<std::int64_t> counted_cells(const std::vector<R>& x, const std::vector<R>& sites) {
+    std::vector<std::int64_t> cells;
+    for (const R t : sites) cells.push_back(counted_cell(x, t));
+    return cells;
+}
+
 // The formula of even grids, with sites at and beyond the ends by definition.
 template <class R> std::int64_t even_cell(const R* ends, std::int64_t nx, R t) {
     if (t < ends[0]) return 0;
     if (t >= ends[1]) return t == ends[1] ? nx - 1 : nx;
-    const R step = (ends[1] - ends[0]) / static_cast<R>(nx - 1);
-    const R reciprocal = R(1) / step;
-    return std::min(static_cast<std::int64_t>((t - ends[0]) * reciprocal), nx - 2) + 1;
+    const R per_step = 1 / ((ends[1] - ends[0]) / static_cast<R>(nx - 1));
+    return std::min(static_cast<std::int64_t>((t - ends[0]) * per_step), nx - 2) + 1;
 }
 
 template <class R> std::vector<R> random_breaks(std::int64_t nx, std::uint32_t seed = 1) {
@@ -50,9 +57,7 @@ template <class R> std::vector<R> telling_sites(const std::vector<R>& x) {
     constexpr R infinity = std::numeric_limits<R>::infinity();
     std::vector<R> sites = {-infinity, infinity, x.front() - 1, x.back() + 1};
     for (std::size_t j = 0; j < x.size(); ++j) {
-        sites.push_back(x[j]);
-        sites.push_back(std::nextafter(x[j], infinity));
-        sites.push_back(std::nextafter(x[j], -infinity));
+        sites.insert(sites.end(), {x[j], std::nextafter(x[j], infinity), std::nextafter(x[j], -infinity)});
         if (j > 0) sites.push_back((x[j - 1] + x[j]) / 2);
     }
     std::shuffle(sites.begin(), sites.end(), std::mt19937(3));

@@ -1,11 +1,14 @@
-// Data fitting tasks in tests: the entries of a precision under one name, and a task that deletes itself.
+// Data fitting tasks in tests: the entries of a precision under one name, a task that deletes itself, teams that are
+// looked at, and allocations that fail.
 #pragma once
 
 #include "examples/team/team.h"
 
 #include "nvo_ark/fitting.h"
+#include "platform/core_testing.h"
 
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <stdexcept>
 #include <vector>
 
@@ -65,5 +68,37 @@ public:
 private:
     DFTask1D* task_ = nullptr;
 };
+
+// A descriptor that notes what is asked of it, and runs the items backwards on the calling thread.
+struct RecordedTeam {
+    struct Run {
+        std::int64_t items, threads;
+        bool operator==(const Run&) const = default;
+    };
+    static inline std::vector<Run> runs;
+    static inline std::int32_t threads = 3;
+
+    static void run_for(std::int64_t items, std::int64_t team, void* context, OstTeamBody* body) {
+        runs.push_back({items, team});
+        for (std::int64_t i = items - 1; i >= 0; --i) body(i, i % team, team, context);
+    }
+    static constexpr OstThreading descriptor = {run_for, nullptr, nullptr, nullptr, [] { return threads; }};
+};
+
+// call() with its first allocation failing, then its second, until none fails: it reports that, keeps no block, and
+// makes `count` allocations in all.
+template <class Call> void expect_allocations(long count, Call call) {
+    const long blocks = nvo_core_testing_live_blocks();
+    for (long n = 1;; ++n) {
+        nvo_core_testing_fail_allocation(n);
+        const std::int32_t status = call();
+        const bool served = nvo_core_testing_fail_allocation(0) > 0;
+        EXPECT_EQ(served ? DF_ST_OK : DF_ST_NO_MEMORY, status);
+        EXPECT_GE(blocks, nvo_core_testing_live_blocks());
+        if (!served) continue;
+        EXPECT_EQ(count, n - 1);
+        return;
+    }
+}
 
 } // namespace nvo::tests
