@@ -121,10 +121,6 @@ TYPED_TEST(Integrate, StatusesInOrder) {
     };
     constexpr Case cases[] = {
         {1, 0, true, true, true, true, 1, 1, DF_ST_BAD_TYPE},
-        {3, 2, true, true, false, false, 0, 1, DF_ST_BAD_TYPE},
-        {4, 1, true, true, false, false, 0, 1, DF_ST_BAD_TYPE},
-        {4, 6, true, true, false, false, 0, 1, DF_ST_BAD_TYPE},
-        {4, 10, true, true, false, false, 0, 1, DF_ST_BAD_TYPE},
         {0, DF_TYPE_LOOK_UP, true, true, false, false, 0, 0, DF_ST_BAD_TYPE},
         {0, 0, true, true, false, false, 0, 1, DF_ST_BAD_TYPE}, // callbacks are missing
         {0, DF_TYPE_STEP_LEFT, false, false, true, false, 1, 1, DF_ST_BAD_DATA_HINT},
