@@ -12,7 +12,6 @@ namespace {
 using namespace nvo::tests;
 
 template <class R> class Construction : public testing::Test {};
-using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(Construction, Precisions);
 
 // One with values, of a kind that has such.

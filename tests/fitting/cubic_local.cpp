@@ -9,7 +9,6 @@ template <class R> class LocalCubics : public testing::Test {
 public:
     const std::vector<Kind<R>> kinds = kinds_that<R>([](const auto& kind) { return kind.is_local(); });
 };
-using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(LocalCubics, Precisions);
 
 // ---- an independent model ------------------------------------------------------------------------------------------

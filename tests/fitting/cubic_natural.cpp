@@ -9,7 +9,6 @@ template <class R> class NaturalCubic : public testing::Test {
 public:
     const Kind<R> kind = kind_of<R>(4, DF_TYPE_NATURAL);
 };
-using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(NaturalCubic, Precisions);
 
 TYPED_TEST(NaturalCubic, ClosedFormsAreAsTold) {

@@ -6,8 +6,7 @@ namespace nvo::tests {
 namespace {
 
 template <class R> class Integrate : public testing::Test {};
-using Reals = testing::Types<float, double>;
-TYPED_TEST_SUITE(Integrate, Reals);
+TYPED_TEST_SUITE(Integrate, Precisions);
 
 // Without callbacks, and with every set of them: a callback's part counts as it says, the others by the model.
 TYPED_TEST(Integrate, AgreesWithExactAntiderivativesAndCallbacks) {

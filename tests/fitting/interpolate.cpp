@@ -6,8 +6,7 @@ namespace {
 using namespace nvo::tests;
 
 template <class R> class Interpolate : public testing::Test {};
-using Reals = testing::Types<float, double>;
-TYPED_TEST_SUITE(Interpolate, Reals);
+TYPED_TEST_SUITE(Interpolate, Precisions);
 
 template <class T> const T& pick(const std::vector<T>& from, std::mt19937& random) {
     return from[random() % from.size()];

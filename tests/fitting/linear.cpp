@@ -6,7 +6,6 @@ namespace {
 using namespace nvo::tests;
 
 template <class R> class Linear : public testing::Test {};
-using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(Linear, Precisions);
 
 // The data at the breakpoints exactly, and slopes within the roundings of their formula: three halves of an epsilon on

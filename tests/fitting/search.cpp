@@ -11,8 +11,7 @@ using nvo::fitting::CellForm;
 using nvo::fitting::SearchKernel;
 
 template <class R> class Search : public testing::Test {};
-using Reals = testing::Types<float, double>;
-TYPED_TEST_SUITE(Search, Reals);
+TYPED_TEST_SUITE(Search, Precisions);
 
 template <class R> std::vector<R> sorted(std::vector<R> sites) {
     std::sort(sites.begin(), sites.end());

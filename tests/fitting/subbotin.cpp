@@ -6,7 +6,6 @@ namespace {
 using namespace nvo::tests;
 
 template <class R> class Subbotin : public testing::Test {};
-using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(Subbotin, Precisions);
 
 // All of them, the ends included.

@@ -15,6 +15,7 @@ using namespace nvo::fitting;
 using nvo::tests::expect_allocations;
 using nvo::tests::Fit;
 using nvo::tests::FitTask;
+using nvo::tests::Precisions;
 
 template <class R> class Task : public testing::Test {
 protected:
@@ -26,7 +27,6 @@ protected:
     DFTask1D* const handle = task.get();
     TaskRecord<R>& record = record_of<R>(handle);
 };
-using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(Task, Precisions);
 
 // ---- creation ------------------------------------------------------------------------------------------------------

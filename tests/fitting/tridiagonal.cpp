@@ -71,7 +71,6 @@ template <class R> struct System {
 };
 
 template <class R> class Tridiagonal : public testing::Test {};
-using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(Tridiagonal, Precisions);
 
 // Row i of A x - b in higher precision, in units of an epsilon of |A| |x| + |b|. The diagonal dominates: what solves

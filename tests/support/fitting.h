@@ -14,6 +14,8 @@
 
 namespace nvo::tests {
 
+using Precisions = testing::Types<float, double>;
+
 template <class R> struct Fit;
 #define NVO_FIT(t, real)                                                                 \
     template <> struct Fit<real> {                                                       \
