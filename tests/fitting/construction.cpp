@@ -164,6 +164,103 @@ TYPED_TEST(Construction, EvenGridIsAListedOne) {
     }
 }
 
+// Polynomials of their degree, where all conditions are theirs. A slope may be off by what the roundings of the values
+// do to the divided differences; in natural splines that decays by half from breakpoint to breakpoint, and not-a-knot
+// extrapolates it over the first and the last cell.
+TYPED_TEST(Construction, CubicsReproducePolynomials) {
+    using R = TypeParam;
+    std::mt19937 random(4);
+    Worst error;
+    for (const auto& kind : kinds_that<R>([](const auto& kind) { return kind.is_cubic(); })) {
+        const bool line = kind.type == DF_TYPE_AKIMA || kind.type == DF_TYPE_HYMAN;
+        const Wide c2 = line ? 0 : Wide(0.5), c3 = line || kind.type == DF_TYPE_BESSEL ? 0 : Wide(-0.25);
+        const auto value = [=](Wide t) { return 1 + (-2 + (c2 + c3 * t) * t) * t; };
+        const auto slope = [=](Wide t) { return -2 + (2 * c2 + 3 * c3 * t) * t; };
+        const auto curvature = [=](Wide t) { return 2 * c2 + 6 * c3 * t; };
+        for (const std::uint64_t bc_type : {1, 12, 24, 36, 48}) {
+            for (const Shape shape : shapes) {
+                for (const std::int64_t nx : {5, 6, 9, 100, 3000}) {
+                    const auto x = partition<R>(shape, nx, random);
+                    const auto at = [&](std::int64_t j) {
+                        return shape == Shape::even ? x.at[0] + j * Wide(x.width(0)) : Wide(x.at[j]);
+                    };
+                    Functions<R> y(1);
+                    std::vector<R> ic;
+                    for (std::int64_t j = 0; j < nx; ++j) y[0].push_back(R(value(at(j))));
+                    for (std::int64_t j = 1; j < nx - 1; ++j)
+                        ic.push_back(R(kind.type == DF_TYPE_HERMITE ? slope(at(j)) : curvature(at(j))));
+                    const Wide a = at(0), b = at(nx - 1);
+                    const std::vector<R> bc = {R(bc_type & DF_BC_LEFT_1ST ? slope(a) : curvature(a)),
+                                               R(bc_type & DF_BC_RIGHT_1ST ? slope(b) : curvature(b))};
+                    const Problem<R> p(kind, x, y, bc_type, bc, kind.reads_ic() ? ic : std::vector<R>{});
+                    ASSERT_EQ(DF_ST_OK, p.construct());
+                    std::vector<Wide> unit(nx);
+                    for (std::int64_t j = 0; j < nx - 1; ++j) {
+                        const Wide values = size_of(y[0][j]) + size_of(y[0][j + 1]);
+                        const Wide rounding = epsilon<R> * (values / p.x.width(j) + slopes_of(p, 0, j));
+                        for (const std::int64_t k : {j, j + 1}) unit[k] = std::max(unit[k], rounding);
+                    }
+                    for (std::int64_t j = 1; j < nx; ++j) unit[j] += unit[j - 1] / 2;
+                    for (std::int64_t j = nx - 2; j >= 0; --j) unit[j] += unit[j + 1] / 2;
+                    if (bc_type == DF_BC_NOT_A_KNOT) {
+                        unit[0] += unit[1] * (1 + p.x.width(0) / p.x.width(1));
+                        unit[nx - 1] += unit[nx - 2] * (1 + p.x.width(nx - 2) / p.x.width(nx - 3));
+                    }
+                    for (std::int64_t j = 0; j < nx - 1; ++j) error.see(p.cell(0, j)[1] - slope(at(j)), unit[j], nx, j);
+                    error.see(taylor(p.cell(0, nx - 2), 4, p.x.width(nx - 2)).slope - slope(b), unit[nx - 1], nx, nx);
+                }
+            }
+        }
+    }
+    error.expect_below(1);
+}
+
+// A parabola comes back. In the standard quadratic spline an error of a middle value goes on from cell to cell, in
+// proportion to the width; in Subbotin's a rounding of the data is seen through the ratio of the cells.
+TYPED_TEST(Construction, QuadraticsReproduceParabolas) {
+    using R = TypeParam;
+    std::mt19937 random(2);
+    Worst error;
+    const auto parabola = [](Wide t) { return Wide(0.3) + (Wide(-1.2) + Wide(0.7) * t) * t; };
+    const auto slope = [](Wide t) { return Wide(-1.2) + Wide(1.4) * t; };
+    for (const auto& kind : kinds_that<R>([](const auto& kind) { return kind.order == 3; })) {
+        for (const Shape shape : shapes) {
+            if (kind.inner == Inner::even && shape != Shape::even) continue;
+            for (const std::int64_t nx : {3, 4, 10, 500}) {
+                const auto x = partition<R>(shape, nx, random);
+                Functions<R> y(1);
+                Wide largest = 0, narrowest = x.gap(0), widest = x.gap(0);
+                for (const R t : x.at) {
+                    y[0].push_back(R(parabola(t)));
+                    largest = std::max(largest, size_of(parabola(t)));
+                }
+                for (std::int64_t j = 0; j < nx - 1; ++j) {
+                    narrowest = std::min(narrowest, Wide(x.gap(j)));
+                    widest = std::max(widest, Wide(x.gap(j)));
+                }
+                const Wide unit = epsilon<R> * largest;
+                for (const std::uint64_t bc_type : kind.conditions()) {
+                    std::vector<R> bc = {R(parabola(x.at[0] + x.width(0) / 2))};
+                    if (kind.is_subbotin())
+                        bc = {bc_type & DF_BC_LEFT_1ST ? R(slope(x.at.front())) : R(1.4),
+                              bc_type & DF_BC_RIGHT_1ST ? R(slope(x.at.back())) : R(1.4)};
+                    const Problem<R> p(kind, x, y, bc_type, bc, kind.ic(x, random));
+                    ASSERT_EQ(DF_ST_OK, p.construct());
+                    Wide bound = unit;
+                    for (std::int64_t j = 0; j < nx - 1; ++j) {
+                        const Wide h = x.width(j), ratio = j == 0 ? 0 : h / x.width(j - 1);
+                        bound = kind.is_subbotin() ? unit * widest / narrowest : bound * ratio + unit * (1 + ratio);
+                        for (const Wide part : {0.25, 0.5, 0.75})
+                            error.see(taylor(p.cell(0, j), 3, part * h).value - parabola(x.at[j] + part * h), bound, nx,
+                                      j);
+                    }
+                }
+            }
+        }
+    }
+    error.expect_below(8);
+}
+
 // ---- statuses ------------------------------------------------------------------------------------------------------
 
 // Everything is wrong at first; then one thing after the other, in the order of the checks, is put right.

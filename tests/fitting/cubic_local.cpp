@@ -109,29 +109,6 @@ TYPED_TEST(LocalCubics, AreTheirFormulas) {
     }
 }
 
-// Polynomials of their degree, where all conditions are theirs.
-TYPED_TEST(LocalCubics, ReproducePolynomials) {
-    using R = TypeParam;
-    const Partition<R> x{DF_GRID_FREE, {-2, -1, 1, 2, 4, 8, 9}, {-2, -1, 1, 2, 4, 8, 9}};
-    for (const auto& kind : this->kinds) {
-        const R c3 = kind.type == DF_TYPE_HERMITE ? R(-0.25) : 0,
-                c2 = c3 != 0 || kind.type == DF_TYPE_BESSEL ? R(0.5) : 0;
-        const auto slope = [=](R t) { return -2 + (2 * c2 + 3 * c3 * t) * t; };
-        for (const std::uint64_t bc_type : {1, 12, 24, 36, 48}) {
-            std::vector<R> y, ic, bc;
-            for (const R t : x.at) y.push_back(1 + (-2 + (c2 + c3 * t) * t) * t), ic.push_back(slope(t));
-            for (const auto& [t, first] : {std::pair{x.at.front(), DF_BC_LEFT_1ST}, {x.at.back(), DF_BC_RIGHT_1ST}})
-                bc.push_back(bc_type & first ? slope(t) : 2 * c2 + 6 * c3 * t);
-            const Problem<R> p(kind, x, {y}, bc_type, bc,
-                               kind.reads_ic() ? std::vector(ic.begin() + 1, ic.end() - 1) : std::vector<R>{});
-            ASSERT_EQ(DF_ST_OK, p.construct());
-            for (std::int64_t j = 0; j < 6; ++j)
-                EXPECT_NEAR(p.cell(0, j)[1], ic[j], 100 * epsilon<R>) << kind.name << j;
-            EXPECT_NEAR(double(taylor(p.cell(0, 5), 4, 1).slope), ic[6], 500 * epsilon<R>) << kind.name << bc_type;
-        }
-    }
-}
-
 // ---- teams ---------------------------------------------------------------------------------------------------------
 
 template <class R> class LocalCubicsOfThreads : public LocalCubics<R> {};
