@@ -1,9 +1,28 @@
-// How near the exact results those of a task have to be.
+// What the results of a task should be, by sums in long double, and how near them they have to come.
 #pragma once
 
 #include "tests/stats/basic_fixture.h"
 
 namespace nvo::tests {
+
+// A number, and how far from it a result may be: to first order, and at any distance if nothing is left to divide by.
+struct Near {
+    long double value, error = 0;
+};
+inline constexpr long double anywhere = std::numeric_limits<long double>::infinity();
+
+inline Near operator*(Near a, Near b) {
+    return {a.value * b.value, std::fabs(a.value) * b.error + std::fabs(b.value) * a.error};
+}
+inline Near operator/(Near a, Near b) {
+    if (4 * b.error > std::fabs(b.value)) return {0, anywhere};
+    const long double quotient = a.value / b.value;
+    return {quotient, (a.error + std::fabs(quotient) * b.error) / std::fabs(b.value)};
+}
+inline Near root(Near a) {
+    const long double root = std::sqrt(a.value);
+    return {root, 4 * a.error > a.value ? anywhere : a.error / (2 * root)};
+}
 
 // How far a method's results may be from the exact ones, after n observations: each addition is off by half an epsilon
 // of its size.
@@ -11,112 +30,120 @@ namespace nvo::tests {
 //   Fast       the sums have the sizes of x^k, however small what is left of them is about the mean
 //   one-pass   a deviation is off by as much as the running mean; Chan, Golub and LeVeque (1983), table 1
 //   two-pass   moments have the sizes of the deviations, cross-products those of the products
-template <class R> class Bounds {
+//
+// Sizes are the same sums of absolute values. The two-pass form takes the means that it is given.
+template <class R> class Model {
 public:
-    Bounds(const Exact<R>& exact, std::uint32_t method, std::int64_t n)
-        : exact_(exact), method_(method),
-          relative_(2 * (n + 8) * static_cast<Quad>(std::numeric_limits<R>::epsilon())) {}
+    static constexpr long double few = 8 * std::numeric_limits<R>::epsilon(); // roundings of the last steps
 
-    Quad raw(int k, std::int64_t j) const {
-        if (method_ == OST_STAT_METHOD_TWO_PASS && k == 1) return 0;
-        return relative_ * exact_.size_of_raw(k, j);
+    Model(Sample<R> sample, std::uint32_t method)
+        : s_(std::move(sample)), method_(method), relative_((s_.n + 8) * few / 8) {
+        for (std::int64_t i = 0; i < s_.n; ++i) {
+            weight += s_.w(i);
+            squares_ += static_cast<long double>(s_.w(i)) * s_.w(i);
+        }
+        const std::vector<R> means = means_of(s_);
+        for (std::int64_t j = 0; j < s_.p; ++j) {
+            raw_.push_back(powers(j, 0));
+            const long double mean = raw_.back().sum[1] / weight;
+            centre_.push_back(method == two_pass ? means[static_cast<std::size_t>(j)] : mean);
+            central_.push_back(powers(j, centre_.back()));
+        }
     }
-    Quad central_sum(int k, std::int64_t j) const {
-        if (method_ == OST_STAT_METHOD_FAST) return 16 * relative_ * exact_.weight * exact_.size_of_raw(k, j);
-        const Quad own = relative_ * exact_.size_of_central_sum(k, j);
-        if (method_ == OST_STAT_METHOD_TWO_PASS) return own;
-        return own + k * raw(1, j) * exact_.size_of_central_sum(k - 1, j);
+
+    // Of variable a, or of a and b in a matrix.
+    Near result(std::uint64_t estimate, std::int64_t a, std::int64_t b = 0) const {
+        for (int k = 1; k <= 4; ++k) {
+            if (estimate == raw(k)) return raw_of(k, a);
+            if (estimate == raw_sum(k)) return raw_of(k, a) * Near{weight};
+            if (k == 1) continue;
+            if (estimate == central(k)) return central_of(k, a);
+            if (estimate == central_sum(k)) return central_sum_of(k, a);
+        }
+        const Near variance = central_of(2, a);
+        switch (estimate) {
+        case kurtosis: {
+            const Near ratio = central_of(4, a) / (variance * variance);
+            return {ratio.value - 3, ratio.error + few * ratio.value};
+        }
+        case skewness: return central_of(3, a) / (variance * root(variance));
+        case variation: return root(variance) / raw_of(1, a);
+        case cross_product: return product_of(a, b);
+        case cor:
+            if (a != b) return product_of(a, b) / root(product_of(a, a) * product_of(b, b));
+            [[fallthrough]]; // the variance
+        default: return product_of(a, b) / Near{weight - squares_ / weight};
+        }
     }
-    Quad cross_product(std::int64_t a, std::int64_t b) const {
-        const auto size = [&](std::int64_t j) {
-            return std::sqrt(static_cast<double>(exact_.weight * exact_.raw(2, j)));
-        };
-        return 2 * relative_ * size(a) * size(b);
-    }
+
+    long double weight = 0;
 
 private:
-    const Exact<R>& exact_;
+    struct Powers {
+        long double sum[5] = {}, size[5] = {};
+    };
+    Powers powers(std::int64_t j, long double centre) const {
+        Powers powers;
+        for (std::int64_t i = 0; i < s_.n; ++i) {
+            long double term = s_.w(i);
+            for (int k = 1; k <= 4; ++k) {
+                term *= s_.x(i, j) - centre;
+                powers.sum[k] += term;
+                powers.size[k] += std::fabs(term);
+            }
+        }
+        return powers;
+    }
+
+    Near raw_of(int k, std::int64_t j) const {
+        const auto& [sum, size] = raw_[static_cast<std::size_t>(j)];
+        return {sum[k] / weight, method_ == two_pass && k == 1 ? 0 : relative_ * size[k] / weight};
+    }
+    Near central_sum_of(int k, std::int64_t j) const {
+        const auto& [sum, size] = central_[static_cast<std::size_t>(j)];
+        if (method_ == fast) return {sum[k], 16 * relative_ * raw_[static_cast<std::size_t>(j)].size[k]};
+        const long double of_mean = method_ == one_pass ? k * raw_of(1, j).error * size[k - 1] : 0;
+        return {sum[k], relative_ * size[k] + of_mean};
+    }
+    Near central_of(int k, std::int64_t j) const {
+        return central_sum_of(k, j) / Near{k == 2 ? weight - squares_ / weight : weight};
+    }
+    // About given means, the products of the means are taken off as they are.
+    Near product_of(std::int64_t a, std::int64_t b) const {
+        const auto i_a = static_cast<std::size_t>(a), i_b = static_cast<std::size_t>(b);
+        long double sum = -weight * centre_[i_a] * centre_[i_b];
+        for (std::int64_t i = 0; i < s_.n; ++i) sum += static_cast<long double>(s_.w(i)) * s_.x(i, a) * s_.x(i, b);
+        return {sum, 2 * relative_ * std::sqrt(raw_[i_a].sum[2] * raw_[i_b].sum[2])};
+    }
+
+    Sample<R> s_;
     std::uint32_t method_;
-    Quad relative_;
+    long double relative_, squares_ = 0;
+    std::vector<Powers> raw_, central_;
+    std::vector<long double> centre_;
 };
 
-// Element a of an array, or (a, b) of a matrix.
-inline void expect_near(Quad want, Quad bound, double got, const char* what, int order, std::int64_t a,
-                        std::int64_t b = -1) {
-    const Quad error = got > want ? got - want : want - got;
-    EXPECT_LE(static_cast<double>(error), static_cast<double>(bound))
-        << what << " " << order << " at " << a << " " << b << ": got " << got << ", want " << static_cast<double>(want);
-}
-
-inline Quad magnitude_of(Quad x) { return x < 0 ? -x : x; }
-inline Quad root_of(Quad x) {
-    Quad y = std::sqrt(static_cast<double>(x));
-    return y == 0 ? y : (y + x / y) / 2;
-}
-
-// Everything that a task with all arrays has, of one variable.
-template <class R, class I>
-void expect_moments(const BasicTask<R, I>& task, const Exact<R>& exact, const Bounds<R>& bounds, std::int64_t j) {
-    constexpr Quad few = 8 * std::numeric_limits<R>::epsilon(); // roundings of the last steps
-    const Quad w = exact.weight, w2 = exact.squares;
-    for (int k = 1; k <= 4; ++k) {
-        const Quad raw = exact.raw(k, j), bound = bounds.raw(k, j) + few * magnitude_of(raw);
-        expect_near(raw, bound, task.at(raw_codes[k], j), "raw", k, j);
-        expect_near(raw * w, bound * w * 2, task.at(raw_sum_codes[k], j), "sum", k, j);
+// All arrays that the task has. Only the means may have been given.
+template <class R, class I> void expect_all(const BasicTask<R, I>& task, const Model<R>& model) {
+    for (const auto& [estimate, elements] : task.results()) {
+        std::vector<bool> is_result(elements.size(), estimate == mean);
+        for (const std::int64_t a : task.selected())
+            for (const std::int64_t b : task.selected()) {
+                if (!task.is_matrix(estimate) && a != b) continue;
+                const std::size_t place = task.place(estimate, a, b);
+                is_result[place] = true;
+                const auto [want, error] = model.result(estimate, a, b);
+                const long double bound = 2 * error + model.few * std::fabs(want);
+                if (bound == anywhere) continue;
+                EXPECT_LE(std::fabs(elements[place] - want), bound)
+                    << "estimate " << estimate << " at " << a << " " << b << ": got " << elements[place];
+            }
+        for (std::size_t i = 0; i < elements.size(); ++i) {
+            if (!is_result[i]) {
+                EXPECT_EQ(task.mark, elements[i]) << "estimate " << estimate << " at " << i;
+            }
+        }
     }
-    Quad moment[5], bound[5];
-    for (int k = 2; k <= 4; ++k) {
-        const Quad sum = exact.central_sum(k, j), sum_bound = bounds.central_sum(k, j) + few * magnitude_of(sum);
-        const Quad factor = k == 2 ? w / (w * w - w2) : 1 / w;
-        moment[k] = sum * factor;
-        bound[k] = sum_bound * factor + few * magnitude_of(moment[k]);
-        expect_near(sum, sum_bound, task.at(central_sum_codes[k], j), "central sum", k, j);
-        expect_near(moment[k], bound[k], task.at(central_codes[k], j), "central", k, j);
-    }
-    const Quad relative = bound[2] / moment[2];
-    if (relative > 0.25) return; // nothing is left of the variance to divide by
-    const Quad c2 = moment[2], deviation = root_of(c2), kurtosis = moment[4] / (c2 * c2),
-               skewness = moment[3] / (c2 * deviation), variation = deviation / exact.raw(1, j);
-    expect_near(kurtosis - 3, bound[4] / (c2 * c2) * 2 + kurtosis * (4 * relative + few),
-                task.at(OST_STAT_PARAM_KURTOSIS, j), "kurtosis", 0, j);
-    expect_near(skewness, bound[3] / (c2 * deviation) * 2 + magnitude_of(skewness) * (3 * relative + few),
-                task.at(OST_STAT_PARAM_SKEWNESS, j), "skewness", 0, j);
-    const Quad of_mean = bounds.raw(1, j) / magnitude_of(exact.raw(1, j));
-    expect_near(variation, magnitude_of(variation) * (relative + 2 * of_mean + few),
-                task.at(OST_STAT_PARAM_VARIATION, j), "variation", 0, j);
-}
-
-template <class R, class I>
-void expect_matrices(const BasicTask<R, I>& task, const Exact<R>& exact, const Bounds<R>& bounds, std::int64_t a,
-                     std::int64_t b) {
-    constexpr Quad few = 8 * std::numeric_limits<R>::epsilon();
-    const Quad product = exact.cross_product(a, b), bound = bounds.cross_product(a, b) + few * magnitude_of(product);
-    const Quad f = 1 / exact.covariance_divisor();
-    expect_near(product, bound, task.at(OST_STAT_PARAM_CROSS_PRODUCT, a, b), "cross-product", 0, a, b);
-    expect_near(product * f, bound * f * 2, task.at(OST_STAT_PARAM_COV, a, b), "cov", 0, a, b);
-    if (a == b) { // the variance
-        expect_near(product * f, bound * f * 2, task.at(OST_STAT_PARAM_COR, a, a), "diagonal of cor", 0, a, a);
-        return;
-    }
-    const Quad caa = exact.cross_product(a, a), cbb = exact.cross_product(b, b), scale = root_of(caa * cbb);
-    const Quad relative = bounds.cross_product(a, a) / caa + bounds.cross_product(b, b) / cbb;
-    if (relative > 0.25) return;
-    expect_near(product / scale, bound / scale * 2 + magnitude_of(product / scale) * (relative + 2 * few),
-                task.at(OST_STAT_PARAM_COR, a, b), "cor", 0, a, b);
-}
-
-template <class R, class I>
-void expect_all(const BasicTask<R, I>& task, const Exact<R>& exact, const Sample<R>& sample, std::uint32_t method) {
-    const Bounds<R> bounds(exact, method, sample.n);
-    for (std::int64_t a = 0; a < sample.p; ++a) {
-        if (!task.selects(a)) continue;
-        expect_moments(task, exact, bounds, a);
-        for (std::int64_t b = 0; b < sample.p; ++b)
-            if (task.selects(b)) expect_matrices(task, exact, bounds, a, b);
-    }
-}
-template <class R> Exact<R> exact_results(const Sample<R>& sample, std::uint32_t method) {
-    return Exact<R>(sample, method == OST_STAT_METHOD_TWO_PASS ? means_of(sample) : std::vector<R>{});
 }
 
 } // namespace nvo::tests

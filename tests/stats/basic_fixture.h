@@ -1,37 +1,69 @@
-// Moments and covariance in tests: data, a task with all arrays registered, and what the results should be, by sums in
-// quadruple precision.
+// Moments and covariance in tests: data, and tasks with arrays for any estimates.
 #pragma once
 
-#include "platform/core_testing.h"
 #include "tests/support/statistics.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
-#include <memory>
 #include <random>
 #include <utility>
 #include <vector>
 
 namespace nvo::tests {
 
-using Quad = __float128;
-
-inline constexpr std::uint32_t data_methods[] = {OST_STAT_METHOD_FAST, OST_STAT_METHOD_ONE_PASS,
-                                                 OST_STAT_METHOD_TWO_PASS};
+inline constexpr std::uint32_t fast = OST_STAT_METHOD_FAST, one_pass = OST_STAT_METHOD_ONE_PASS,
+                               two_pass = OST_STAT_METHOD_TWO_PASS, from_sums = OST_STAT_METHOD_FROM_SUMS;
+inline constexpr std::uint32_t data_methods[] = {fast, one_pass, two_pass};
 inline constexpr std::int32_t matrix_storages[] = {OST_STAT_MATRIX_FULL, OST_STAT_MATRIX_LPACKED,
                                                    OST_STAT_MATRIX_UPACKED};
-inline constexpr std::uint64_t all_moments =
-    0x3FF & ~(OST_STAT_EST_KURTOSIS | OST_STAT_EST_SKEWNESS | OST_STAT_EST_VARIATION);
-inline constexpr std::uint64_t all_ratios = OST_STAT_EST_KURTOSIS | OST_STAT_EST_SKEWNESS | OST_STAT_EST_VARIATION;
-inline constexpr std::uint64_t all_sums = std::uint64_t{0x7F} << 25;
-inline constexpr std::uint64_t all_matrices = OST_STAT_EST_COV | OST_STAT_EST_COR | OST_STAT_EST_CROSS_PRODUCT;
-inline constexpr std::uint64_t all_basic = all_moments | all_ratios | all_sums | all_matrices;
+
+// Estimates, those of moments and sums by their order. They stand for their arrays, too.
+constexpr std::uint64_t raw(int k) { return OST_STAT_EST_RAW1 << (k - 1); }
+constexpr std::uint64_t raw_sum(int k) { return OST_STAT_EST_SUM1 << (k - 1); }
+constexpr std::uint64_t central(int k) { return OST_STAT_EST_CENTRAL2 << (k - 2); }
+constexpr std::uint64_t central_sum(int k) { return OST_STAT_EST_CSUM2 << (k - 2); }
+inline constexpr std::uint64_t mean = raw(1), kurtosis = OST_STAT_EST_KURTOSIS, skewness = OST_STAT_EST_SKEWNESS,
+                               variation = OST_STAT_EST_VARIATION, cov = OST_STAT_EST_COV, cor = OST_STAT_EST_COR,
+                               cross_product = OST_STAT_EST_CROSS_PRODUCT;
+inline constexpr std::uint64_t all_raw = raw(1) | raw(2) | raw(3) | raw(4),
+                               all_moments = all_raw | central(2) | central(3) | central(4),
+                               all_ratios = kurtosis | skewness | variation,
+                               all_raw_sums = raw_sum(1) | raw_sum(2) | raw_sum(3) | raw_sum(4),
+                               all_central_sums = central_sum(2) | central_sum(3) | central_sum(4),
+                               all_sums = all_raw_sums | all_central_sums, all_matrices = cov | cor | cross_product,
+                               all_basic = all_moments | all_ratios | all_sums | all_matrices;
+
+struct Array {
+    std::uint64_t estimate;
+    std::int32_t code, storage_code = 0;
+};
+inline constexpr Array arrays[] = {
+    {raw(1), OST_STAT_PARAM_MEAN},
+    {raw(2), OST_STAT_PARAM_RAW_MOMENT_2},
+    {raw(3), OST_STAT_PARAM_RAW_MOMENT_3},
+    {raw(4), OST_STAT_PARAM_RAW_MOMENT_4},
+    {central(2), OST_STAT_PARAM_CENTRAL_MOMENT_2},
+    {central(3), OST_STAT_PARAM_CENTRAL_MOMENT_3},
+    {central(4), OST_STAT_PARAM_CENTRAL_MOMENT_4},
+    {raw_sum(1), OST_STAT_PARAM_SUM},
+    {raw_sum(2), OST_STAT_PARAM_RAW_SUM_2},
+    {raw_sum(3), OST_STAT_PARAM_RAW_SUM_3},
+    {raw_sum(4), OST_STAT_PARAM_RAW_SUM_4},
+    {central_sum(2), OST_STAT_PARAM_CENTRAL_SUM_2},
+    {central_sum(3), OST_STAT_PARAM_CENTRAL_SUM_3},
+    {central_sum(4), OST_STAT_PARAM_CENTRAL_SUM_4},
+    {kurtosis, OST_STAT_PARAM_KURTOSIS},
+    {skewness, OST_STAT_PARAM_SKEWNESS},
+    {variation, OST_STAT_PARAM_VARIATION},
+    {cov, OST_STAT_PARAM_COV, OST_STAT_PARAM_COV_STORAGE},
+    {cor, OST_STAT_PARAM_COR, OST_STAT_PARAM_COR_STORAGE},
+    {cross_product, OST_STAT_PARAM_CROSS_PRODUCT, OST_STAT_PARAM_CROSS_PRODUCT_STORAGE},
+};
 
 // p variables, n observations, kept by observation; variable j has its own mean.
 template <class R> struct Sample {
@@ -58,9 +90,8 @@ template <class R> struct Sample {
 enum class Weighting { none, positive, with_zeros };
 inline constexpr Weighting weightings[] = {Weighting::none, Weighting::positive, Weighting::with_zeros};
 
-template <class R>
-Sample<R> make_sample(std::int64_t p, std::int64_t n, Weighting weighting, double offset = 2, unsigned seed = 1) {
-    std::mt19937_64 random(seed);
+template <class R> Sample<R> make_sample(std::int64_t p, std::int64_t n, Weighting weighting, double offset = 2) {
+    std::mt19937_64 random(1);
     std::normal_distribution<double> normal;
     std::uniform_real_distribution<double> inside(0.25, 2);
     Sample<R> s{p, n, {}, {}};
@@ -70,142 +101,57 @@ Sample<R> make_sample(std::int64_t p, std::int64_t n, Weighting weighting, doubl
             s.values.push_back(
                 static_cast<R>(offset * (1 + j % 3) + normal(random) + 0.5 * common + 0.1 * common * common));
         if (weighting != Weighting::none) s.weights.push_back(static_cast<R>(inside(random)));
-        if (weighting == Weighting::with_zeros && (i < 2 || i % 5 == 3)) s.weights.back() = 0;
+        if (weighting == Weighting::with_zeros && (i < 2 || i % 5 == 3 || i / 10 == 6)) s.weights.back() = 0;
     }
     return s;
 }
 
-// What the sums of a sample are, in quadruple precision, about given means or its own. Sizes are the same sums of
-// absolute values.
-template <class R> class Exact {
-public:
-    explicit Exact(const Sample<R>& s, const std::vector<R>& given_means = {}) : p_(static_cast<std::size_t>(s.p)) {
+// The means of the two-pass form, rounded from the exact ones.
+template <class R> std::vector<R> means_of(const Sample<R>& s) {
+    std::vector<R> means;
+    for (std::int64_t j = 0; j < s.p; ++j) {
+        long double sum = 0, weight = 0;
         for (std::int64_t i = 0; i < s.n; ++i) {
+            sum += static_cast<long double>(s.w(i)) * s.x(i, j);
             weight += s.w(i);
-            squares += static_cast<Quad>(s.w(i)) * s.w(i);
         }
-        std::vector<Quad> centre;
-        for (std::size_t j = 0; j < p_; ++j) {
-            raw_.push_back(powers(s, j, 0));
-            for (int k = 1; k <= 4; ++k) {
-                raw_[j].sum[k] /= weight;
-                raw_[j].size[k] /= weight;
-            }
-            centre.push_back(given_means.empty() ? raw_[j].sum[1] : Quad{given_means[j]});
-            central_.push_back(powers(s, j, centre[j]));
-        }
-        // About given means, the products of the means are taken off as they are.
-        for (std::size_t a = 0; a < p_; ++a)
-            for (std::size_t b = 0; b < p_; ++b) {
-                Quad sum = -weight * centre[a] * centre[b];
-                for (std::int64_t i = 0; i < s.n; ++i)
-                    sum += static_cast<Quad>(s.w(i)) * s.x(i, static_cast<std::int64_t>(a)) *
-                           s.x(i, static_cast<std::int64_t>(b));
-                cross_.push_back(sum);
-            }
+        means.push_back(static_cast<R>(sum / weight));
     }
-    Quad weight = 0, squares = 0;
+    return means;
+}
 
-    Quad raw(int k, std::int64_t j) const { return raw_[static_cast<std::size_t>(j)].sum[k]; }
-    Quad size_of_raw(int k, std::int64_t j) const { return raw_[static_cast<std::size_t>(j)].size[k]; }
-    Quad central_sum(int k, std::int64_t j) const { return central_[static_cast<std::size_t>(j)].sum[k]; }
-    Quad size_of_central_sum(int k, std::int64_t j) const { return central_[static_cast<std::size_t>(j)].size[k]; }
-    Quad cross_product(std::int64_t a, std::int64_t b) const {
-        return cross_[static_cast<std::size_t>(a) * p_ + static_cast<std::size_t>(b)];
-    }
-    Quad covariance_divisor() const { return weight - squares / weight; }
-
-private:
-    struct Powers {
-        Quad sum[5] = {}, size[5] = {};
-    };
-    static Powers powers(const Sample<R>& s, std::size_t j, Quad centre) {
-        Powers powers;
-        for (std::int64_t i = 0; i < s.n; ++i) {
-            Quad term = s.w(i);
-            for (int k = 1; k <= 4; ++k) {
-                term *= s.x(i, static_cast<std::int64_t>(j)) - centre;
-                powers.sum[k] += term;
-                powers.size[k] += term < 0 ? -term : term;
-            }
-        }
-        return powers;
-    }
-
-    std::size_t p_;
-    std::vector<Powers> raw_, central_;
-    std::vector<Quad> cross_;
-};
-
-// An array of results: what isn't written stays at the mark. `shift` elements off a boundary of 64 bytes.
-template <class R> class Results {
-public:
-    static constexpr R mark = R{-12345};
-    Results(std::size_t size, std::size_t shift) : memory_(size + shift + 64 / sizeof(R), mark) {
-        const auto address = reinterpret_cast<std::uintptr_t>(memory_.data());
-        first_ = (64 - address % 64) % 64 / sizeof(R) + shift;
-    }
-    R* data() { return memory_.data() + first_; }
-    R operator[](std::int64_t i) const { return memory_[first_ + static_cast<std::size_t>(i)]; }
-
-private:
-    std::vector<R> memory_;
-    std::size_t first_;
-};
-
-// Codes of the arrays by order.
-inline constexpr std::int32_t raw_codes[5] = {0, OST_STAT_PARAM_MEAN, OST_STAT_PARAM_RAW_MOMENT_2,
-                                              OST_STAT_PARAM_RAW_MOMENT_3, OST_STAT_PARAM_RAW_MOMENT_4};
-inline constexpr std::int32_t raw_sum_codes[5] = {0, OST_STAT_PARAM_SUM, OST_STAT_PARAM_RAW_SUM_2,
-                                                  OST_STAT_PARAM_RAW_SUM_3, OST_STAT_PARAM_RAW_SUM_4};
-inline constexpr std::int32_t central_codes[5] = {0, 0, OST_STAT_PARAM_CENTRAL_MOMENT_2,
-                                                  OST_STAT_PARAM_CENTRAL_MOMENT_3, OST_STAT_PARAM_CENTRAL_MOMENT_4};
-inline constexpr std::int32_t central_sum_codes[5] = {0, 0, OST_STAT_PARAM_CENTRAL_SUM_2, OST_STAT_PARAM_CENTRAL_SUM_3,
-                                                      OST_STAT_PARAM_CENTRAL_SUM_4};
-inline constexpr std::int32_t ratio_codes[3] = {OST_STAT_PARAM_KURTOSIS, OST_STAT_PARAM_SKEWNESS,
-                                                OST_STAT_PARAM_VARIATION};
-inline constexpr std::int32_t matrix_codes[3] = {OST_STAT_PARAM_COV, OST_STAT_PARAM_COR, OST_STAT_PARAM_CROSS_PRODUCT};
-
-// A task over a sample, with arrays for the codes that are given.
+// A task over a sample, with arrays for these estimates. What isn't written in them stays at the mark.
 template <class R, class I = std::int32_t> class BasicTask {
 public:
     struct Options {
         bool rows = true;
         I storage = OST_STAT_MATRIX_FULL; // of matrices
         std::vector<I> indices = {};
-        std::size_t shift = 0;
     };
+    static constexpr R mark = R{-12345};
 
-    BasicTask(const Sample<R>& sample, Options options)
+    BasicTask(const Sample<R>& sample, std::uint64_t estimates, Options options = {})
         : options_(std::move(options)), p_(sample.p), data_(sample.laid_out(options_.rows)), weights_(sample.weights),
           task_(static_cast<I>(sample.p), static_cast<I>(sample.n),
                 options_.rows ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS, data_.data(),
                 weights_.empty() ? nullptr : weights_.data(),
-                options_.indices.empty() ? nullptr : options_.indices.data()) {}
-
-    BasicTask& add(std::int32_t code) {
-        const bool matrix = std::find(std::begin(matrix_codes), std::end(matrix_codes), code) != std::end(matrix_codes);
-        auto& array = arrays_[code];
-        array = std::make_unique<Results<R>>(static_cast<std::size_t>(matrix ? p_ * p_ : p_), options_.shift);
-        task_.set(code, array->data());
-        if (code == OST_STAT_PARAM_COV) task_.set(OST_STAT_PARAM_COV_STORAGE, &options_.storage);
-        if (code == OST_STAT_PARAM_COR) task_.set(OST_STAT_PARAM_COR_STORAGE, &options_.storage);
-        if (code == OST_STAT_PARAM_CROSS_PRODUCT) task_.set(OST_STAT_PARAM_CROSS_PRODUCT_STORAGE, &options_.storage);
-        return *this;
-    }
-    BasicTask& add_all() {
-        for (int k = 1; k <= 4; ++k) add(raw_codes[k]).add(raw_sum_codes[k]);
-        for (int k = 2; k <= 4; ++k) add(central_codes[k]).add(central_sum_codes[k]);
-        for (const std::int32_t code : ratio_codes) add(code);
-        for (const std::int32_t code : matrix_codes) add(code);
-        return *this;
+                options_.indices.empty() ? nullptr : options_.indices.data()) {
+        for (std::int64_t j = 0; j < p_; ++j)
+            if (options_.indices.empty() || options_.indices[static_cast<std::size_t>(j)] != 0) selected_.push_back(j);
+        for (const auto& [estimate, code, storage_code] : arrays) {
+            if ((estimates & estimate) == 0) continue;
+            auto& elements = results_[estimate];
+            elements.assign(static_cast<std::size_t>(is_matrix(estimate) ? p_ * p_ : p_), mark);
+            task_.set(code, elements.data());
+            if (storage_code != 0) task_.set(storage_code, &options_.storage);
+        }
     }
     BasicTask& accumulate_weights() {
-        task_.set(OST_STAT_PARAM_ACCUMULATED_WEIGHTS, weights_so_far_);
+        task_.set(OST_STAT_PARAM_ACCUMULATED_WEIGHTS, weights_so_far);
         return *this;
     }
-    BasicTask& means(const std::vector<R>& mean) {
-        std::copy(mean.begin(), mean.end(), arrays_[OST_STAT_PARAM_MEAN]->data());
+    BasicTask& means(const std::vector<R>& means) {
+        std::copy(means.begin(), means.end(), results_.at(mean).begin());
         return *this;
     }
     // The next portion.
@@ -221,57 +167,38 @@ public:
         return Stats<R>::basic(task_.get(), estimates, method, threading);
     }
 
-    R at(std::int32_t code, std::int64_t j) const { return (*arrays_.at(code))[j]; }
-    // Element (a, b) of a matrix, in its storage.
-    R at(std::int32_t code, std::int64_t a, std::int64_t b) const {
-        const std::int64_t low = std::min(a, b), high = std::max(a, b);
-        if (options_.storage == OST_STAT_MATRIX_FULL) return at(code, a * p_ + b);
-        const std::int64_t i = rank(low), j = rank(high), m = rank(p_);
-        std::int64_t place = 0; // by counting rows, as the storage is defined
-        if (options_.storage == OST_STAT_MATRIX_LPACKED) {
-            for (std::int64_t row = 0; row < j; ++row) place += row + 1;
-            return at(code, place + i);
-        }
-        for (std::int64_t row = 0; row < i; ++row) place += m - row;
-        return at(code, place + (j - i));
+    static bool is_matrix(std::uint64_t estimate) { return (estimate & all_matrices) != 0; }
+    const std::map<std::uint64_t, std::vector<R>>& results() const { return results_; }
+    const std::vector<std::int64_t>& selected() const { return selected_; } // variables
+    // Where an array has its element of variable a; or a matrix, in its storage, that of a and b.
+    std::size_t place(std::uint64_t estimate, std::int64_t a, std::int64_t b) const {
+        if (!is_matrix(estimate)) return static_cast<std::size_t>(a);
+        if (options_.storage == OST_STAT_MATRIX_FULL) return static_cast<std::size_t>(a * p_ + b);
+        const std::size_t low = rank(std::min(a, b)), high = rank(std::max(a, b));
+        const bool lower = options_.storage == OST_STAT_MATRIX_LPACKED;
+        std::size_t place = 0; // by counting rows, as the storage is defined
+        for (std::size_t row = 0; row < (lower ? high : low); ++row) place += lower ? row + 1 : selected_.size() - row;
+        return place + (lower ? low : high - low);
     }
-    bool selects(std::int64_t j) const {
-        return options_.indices.empty() || options_.indices[static_cast<std::size_t>(j)] != 0;
+    R& at(std::uint64_t estimate, std::int64_t a, std::int64_t b = 0) {
+        return results_.at(estimate)[place(estimate, a, b)];
     }
-    std::int64_t selected() const { return rank(p_); }
-    const R* weights_so_far() const { return weights_so_far_; }
+
     StatsTask<R, I>& task() { return task_; }
-    const Results<R>& results(std::int32_t code) const { return *arrays_.at(code); }
+
+    R weights_so_far[2] = {0, 0};
 
 private:
-    std::int64_t rank(std::int64_t j) const { // among the selected variables
-        std::int64_t count = 0;
-        for (std::int64_t k = 0; k < j; ++k) count += selects(k);
-        return count;
+    std::size_t rank(std::int64_t j) const { // among the selected variables
+        return static_cast<std::size_t>(std::find(selected_.begin(), selected_.end(), j) - selected_.begin());
     }
 
     Options options_;
     std::int64_t p_;
     std::vector<R> data_, weights_;
     StatsTask<R, I> task_;
-    std::map<std::int32_t, std::unique_ptr<Results<R>>> arrays_;
-    R weights_so_far_[2] = {0, 0};
+    std::map<std::uint64_t, std::vector<R>> results_;
+    std::vector<std::int64_t> selected_;
 };
-
-// The means of the two-pass form, rounded from the exact ones.
-template <class R> std::vector<R> means_of(const Sample<R>& s) {
-    std::vector<R> means;
-    for (std::int64_t j = 0; j < s.p; ++j) {
-        Quad sum = 0, weight = 0;
-        for (std::int64_t i = 0; i < s.n; ++i) {
-            sum += static_cast<Quad>(s.w(i)) * s.x(i, j);
-            weight += s.w(i);
-        }
-        means.push_back(static_cast<R>(sum / weight));
-    }
-    return means;
-}
-
-template <class R> bool same_bits(R a, R b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 } // namespace nvo::tests

@@ -1,5 +1,5 @@
 // The order of operations is part of the result: one thread's moments are those of the loops below, to the last bit, in
-// either layout, at any place in memory, among any neighbours, and whatever else is asked for.
+// either layout, among any neighbours, and whatever else is asked for.
 #include "tests/stats/basic_fixture.h"
 
 namespace nvo::tests {
@@ -9,9 +9,10 @@ template <class R> class BasicSequenceTest : public testing::Test {};
 using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(BasicSequenceTest, Reals);
 
-// Results of one variable, by order.
+// Results of one variable, by order: those whose sequence of operations is settled.
 template <class R> struct Loop {
     R raw[5] = {}, central_sum[5] = {}, weight = 0, squares = 0;
+    int highest_central = 0;
 };
 
 template <class R> Loop<R> fast_loop(const Sample<R>& s, std::int64_t j) {
@@ -24,21 +25,14 @@ template <class R> Loop<R> fast_loop(const Sample<R>& s, std::int64_t j) {
         r.squares += s.w(i) * s.w(i);
     }
     for (int k = 1; k <= 4; ++k) r.raw[k] /= r.weight;
-    const R m = r.raw[1], r2 = r.raw[2], r3 = r.raw[3], r4 = r.raw[4];
-    r.central_sum[2] = (r2 - m * m) * r.weight;
-    r.central_sum[3] = (2 * (m * m * m) - 3 * m * r2 + r3) * r.weight;
-    r.central_sum[4] = (r4 - 4 * r3 * m + 6 * r2 * (m * m) - 3 * (m * m * m * m)) * r.weight;
     return r;
 }
 
-// Orders 3 and 4 of the central sums are left out: their formula is free.
 template <class R> Loop<R> one_pass_loop(const Sample<R>& s, std::int64_t j) {
-    Loop<R> result;
-    R w_sum = 0;
-    std::int64_t i = 0;
-    while (i < s.n && s.w(i) == 0) ++i;
-    for (; i < s.n; ++i) {
-        const R w = s.w(i), x = s.x(i, j), next = w_sum + w, r = 1 / next, a = w_sum * r, c = a * w,
+    Loop<R> result{.highest_central = 2};
+    for (std::int64_t i = 0; i < s.n; ++i) {
+        if (result.weight == 0 && s.w(i) == 0) continue;
+        const R w = s.w(i), x = s.x(i, j), next = result.weight + w, r = 1 / next, a = result.weight * r, c = a * w,
                 d = x - result.raw[1];
         result.central_sum[2] += d * d * c;
         R power = 1;
@@ -47,61 +41,55 @@ template <class R> Loop<R> one_pass_loop(const Sample<R>& s, std::int64_t j) {
             result.raw[k] = result.raw[k] * a + power * w * r;
         }
         result.squares += w * w;
-        w_sum = next;
+        result.weight = next;
     }
-    result.weight = w_sum;
     return result;
 }
 
 template <class R> Loop<R> two_pass_loop(const Sample<R>& s, std::int64_t j, R mean) {
-    Loop<R> r;
-    r.raw[1] = mean;
+    Loop<R> r{.highest_central = 4};
     for (std::int64_t i = 0; i < s.n; ++i) {
-        const R w = s.w(i), x = s.x(i, j), d = x - mean, d2 = d * d, x2 = x * x;
-        r.central_sum[2] += w * d2;
-        r.central_sum[3] += w * (d2 * d);
-        r.central_sum[4] += w * (d2 * d * d);
-        r.raw[2] += w * x2;
-        r.raw[3] += w * (x2 * x);
-        r.raw[4] += w * (x2 * x * x);
+        const R w = s.w(i), x = s.x(i, j), d = x - mean;
+        R d_to_k = d, x_to_k = x;
+        for (int k = 2; k <= 4; ++k) {
+            r.central_sum[k] += w * (d_to_k *= d);
+            r.raw[k] += w * (x_to_k *= x);
+        }
         r.weight += w;
         r.squares += w * w;
     }
     for (int k = 2; k <= 4; ++k) r.raw[k] /= r.weight;
+    r.raw[1] = mean;
     return r;
-}
-
-template <class R> Loop<R> loop_of(std::uint32_t method, const Sample<R>& s, std::int64_t j, R mean) {
-    if (method == OST_STAT_METHOD_FAST) return fast_loop(s, j);
-    return method == OST_STAT_METHOD_ONE_PASS ? one_pass_loop(s, j) : two_pass_loop(s, j, mean);
 }
 
 template <class R> void compare_with_loops(const Sample<R>& s, std::uint32_t method) {
     const std::vector<R> means = means_of(s);
-    for (const bool rows : {true, false})
-        for (const std::size_t shift : {0, 1, 3}) {
-            BasicTask<R> task(s, {.rows = rows, .shift = shift});
-            task.add_all().accumulate_weights().means(means);
-            ASSERT_EQ(OST_STAT_OK, task.run(all_moments | all_sums, method));
-            SCOPED_TRACE(testing::Message() << "p " << s.p << " n " << s.n << " method " << method
-                                            << (rows ? " rows" : " columns") << " shift " << shift);
-            for (std::int64_t j = 0; j < s.p; ++j) {
-                const Loop<R> want = loop_of(method, s, j, means[static_cast<std::size_t>(j)]);
-                const R w = want.weight;
-                EXPECT_EQ(w, task.weights_so_far()[0]);
-                EXPECT_EQ(want.squares, task.weights_so_far()[1]);
-                for (int k = 1; k <= 4; ++k) {
-                    EXPECT_EQ(want.raw[k], task.at(raw_codes[k], j)) << k << " " << j;
-                    EXPECT_EQ(want.raw[k] * w, task.at(raw_sum_codes[k], j)) << k << " " << j;
-                }
-                for (int k = 2; k <= (method == OST_STAT_METHOD_ONE_PASS ? 2 : 4); ++k) {
-                    const R sum = want.central_sum[k];
-                    EXPECT_EQ(sum, task.at(central_sum_codes[k], j)) << k << " " << j;
-                    EXPECT_EQ(k == 2 ? sum * w / (w * w - want.squares) : sum / w, task.at(central_codes[k], j));
-                }
+    for (const bool rows : {true, false}) {
+        BasicTask<R> task(s, all_moments | all_sums, {.rows = rows});
+        task.accumulate_weights().means(means);
+        ASSERT_EQ(OST_STAT_OK, task.run(all_moments | all_sums, method));
+        SCOPED_TRACE(testing::Message() << "p " << s.p << " n " << s.n << " method " << method
+                                        << (rows ? " rows" : " columns"));
+        for (std::int64_t j = 0; j < s.p; ++j) {
+            const Loop<R> want = method == fast       ? fast_loop(s, j)
+                                 : method == one_pass ? one_pass_loop(s, j)
+                                                      : two_pass_loop(s, j, means[static_cast<std::size_t>(j)]);
+            const R w = want.weight, squares = want.squares;
+            EXPECT_EQ(w, task.weights_so_far[0]);
+            EXPECT_EQ(squares, task.weights_so_far[1]);
+            for (int k = 1; k <= 4; ++k) {
+                EXPECT_EQ(want.raw[k], task.at(raw(k), j)) << k << " " << j;
+                EXPECT_EQ(want.raw[k] * w, task.at(raw_sum(k), j)) << k << " " << j;
             }
-            if (testing::Test::HasFailure()) return;
+            for (int k = 2; k <= want.highest_central; ++k) {
+                const R sum = want.central_sum[k];
+                EXPECT_EQ(sum, task.at(central_sum(k), j)) << k << " " << j;
+                EXPECT_EQ(k == 2 ? sum * w / (w * w - squares) : sum / w, task.at(central(k), j)) << k << " " << j;
+            }
         }
+        if (testing::Test::HasFailure()) return;
+    }
 }
 
 TYPED_TEST(BasicSequenceTest, MomentsAreThoseOfTheLoops) {
@@ -118,99 +106,59 @@ TYPED_TEST(BasicSequenceTest, MomentsAreThoseOfTheLoops) {
 TYPED_TEST(BasicSequenceTest, OnePassCrossProductsAreThoseOfTheLoop) {
     using R = TypeParam;
     for (const Weighting weighting : weightings)
-        for (const std::int64_t p : {1, 2, 4, 7, 9, 18, 33}) {
-            const Sample<R> s = make_sample<R>(p, 290, weighting);
-            std::vector<R> mean(static_cast<std::size_t>(p)), d = mean, want(static_cast<std::size_t>(p * p));
+        for (const std::size_t p : {1, 2, 4, 7, 9, 18, 33}) {
+            const Sample<R> s = make_sample<R>(static_cast<std::int64_t>(p), 290, weighting);
+            std::vector<R> mean_so_far(p), d(p), want(p * p);
             R w_sum = 0;
             for (std::int64_t i = 0; i < s.n; ++i) {
-                const R w = s.w(i);
+                const R w = s.w(i), r = 1 / (w_sum + w), a = w_sum * r, c = a * w;
                 if (w_sum == 0 && w == 0) continue;
-                const R r = 1 / (w_sum + w), a = w_sum * r, c = a * w;
-                for (std::size_t j = 0; j < d.size(); ++j) d[j] = s.x(i, static_cast<std::int64_t>(j)) - mean[j];
-                for (std::size_t j = 0; j < d.size(); ++j)
-                    for (std::size_t b = j; b < d.size(); ++b) want[j * d.size() + b] += c * d[j] * d[b];
-                for (std::size_t j = 0; j < d.size(); ++j)
-                    mean[j] = mean[j] * a + s.x(i, static_cast<std::int64_t>(j)) * w * r;
+                const R* const x = &s.values[static_cast<std::size_t>(i) * p];
+                for (std::size_t j = 0; j < p; ++j) d[j] = x[j] - mean_so_far[j];
+                for (std::size_t j = 0; j < p; ++j) {
+                    for (std::size_t b = j; b < p; ++b) want[j * p + b] = want[b * p + j] += c * d[j] * d[b];
+                    mean_so_far[j] = mean_so_far[j] * a + x[j] * w * r;
+                }
                 w_sum += w;
             }
             for (const bool rows : {true, false})
-                for (const std::uint64_t others :
-                     {std::uint64_t{0}, OST_STAT_EST_CSUM2, OST_STAT_EST_RAW2, OST_STAT_EST_RAW4}) {
-                    BasicTask<R> task(s, {.rows = rows});
-                    task.add_all();
-                    ASSERT_EQ(OST_STAT_OK, task.run(OST_STAT_EST_CROSS_PRODUCT | others, OST_STAT_METHOD_ONE_PASS));
-                    for (std::int64_t a = 0; a < p; ++a) {
-                        EXPECT_EQ(mean[static_cast<std::size_t>(a)], task.at(OST_STAT_PARAM_MEAN, a));
-                        for (std::int64_t b = a; b < p; ++b)
-                            EXPECT_EQ(want[static_cast<std::size_t>(a * p + b)],
-                                      task.at(OST_STAT_PARAM_CROSS_PRODUCT, a, b))
-                                << p << " " << rows << " " << others << ": " << a << " " << b;
-                    }
+                for (const std::uint64_t others : {std::uint64_t{0}, central_sum(2), raw(2), raw(4)}) {
+                    BasicTask<R> task(s, all_basic, {.rows = rows});
+                    ASSERT_EQ(OST_STAT_OK, task.run(cross_product | others, one_pass));
+                    EXPECT_EQ(mean_so_far, task.results().at(mean));
+                    EXPECT_EQ(want, task.results().at(cross_product)) << p << " " << rows << " " << others;
                 }
         }
 }
 
-// An estimate alone, by the kernel that is just enough for it, beside all at once.
+// An estimate alone, by the kernel that is just enough for it, beside all at once. And a variable that is left out
+// isn't in the way of the others, whatever it holds.
 TYPED_TEST(BasicSequenceTest, EstimatesDontDependOnWhatElseIsAskedFor) {
     using R = TypeParam;
-    struct Estimate {
-        std::uint64_t bit;
-        std::int32_t code;
-    };
-    std::vector<Estimate> estimates;
-    for (int k = 1; k <= 4; ++k) {
-        estimates.push_back({OST_STAT_EST_RAW1 << (k - 1), raw_codes[k]});
-        estimates.push_back({OST_STAT_EST_SUM1 << (k - 1), raw_sum_codes[k]});
-        if (k == 1) continue;
-        estimates.push_back({OST_STAT_EST_CENTRAL2 << (k - 2), central_codes[k]});
-        estimates.push_back({OST_STAT_EST_CSUM2 << (k - 2), central_sum_codes[k]});
-    }
-    for (int k = 0; k < 3; ++k) {
-        estimates.push_back({OST_STAT_EST_KURTOSIS << k, ratio_codes[k]});
-        estimates.push_back({k == 2 ? OST_STAT_EST_CROSS_PRODUCT : OST_STAT_EST_COV << k, matrix_codes[k]});
-    }
     for (const std::uint32_t method : data_methods)
         for (const Weighting weighting : {Weighting::none, Weighting::positive})
             for (const bool rows : {true, false}) {
-                const Sample<R> s = make_sample<R>(11, 150, weighting);
-                BasicTask<R> all(s, {.rows = rows});
-                all.add_all().means(means_of(s));
-                ASSERT_EQ(OST_STAT_OK, all.run(all_basic, method));
-                for (const Estimate& estimate : estimates) {
-                    BasicTask<R> one(s, {.rows = rows});
-                    one.add_all().means(means_of(s));
-                    ASSERT_EQ(OST_STAT_OK, one.run(estimate.bit, method));
-                    for (std::int64_t j = 0; j < s.p; ++j)
-                        EXPECT_EQ(all.at(estimate.code, j), one.at(estimate.code, j))
-                            << "method " << method << " code " << estimate.code << " rows " << rows;
+                Sample<R> s = make_sample<R>(21, 150, weighting);
+                const std::vector<R> means = means_of(s);
+                BasicTask<R> all(s, all_basic, {.rows = rows});
+                ASSERT_EQ(OST_STAT_OK, all.means(means).run(all_basic, method));
+                for (const Array& array : arrays) {
+                    BasicTask<R> one(s, all_basic, {.rows = rows});
+                    ASSERT_EQ(OST_STAT_OK, one.means(means).run(array.estimate, method));
+                    EXPECT_EQ(all.results().at(array.estimate), one.results().at(array.estimate))
+                        << "method " << method << " code " << array.code << " rows " << rows;
                 }
-            }
-}
 
-// A variable that is left out isn't in the way of the others, whatever it holds.
-TYPED_TEST(BasicSequenceTest, SelectedVariablesHaveTheSameBits) {
-    using R = TypeParam;
-    for (const std::uint32_t method : data_methods)
-        for (const bool rows : {true, false}) {
-            Sample<R> s = make_sample<R>(21, 60, Weighting::positive);
-            BasicTask<R> all(s, {.rows = rows});
-            all.add_all().means(means_of(s));
-            std::vector<R> means = means_of(s);
-            std::vector<std::int32_t> indices;
-            for (std::int64_t j = 0; j < s.p; ++j) indices.push_back(j % 5 != 0 && j != 7);
-            ASSERT_EQ(OST_STAT_OK, all.run(all_moments, method));
-            for (std::int64_t i = 0; i < s.n; ++i)
-                s.values[static_cast<std::size_t>(i * s.p + 5)] = std::numeric_limits<R>::quiet_NaN();
-            BasicTask<R> some(s, {.rows = rows, .indices = indices});
-            some.add_all().means(means);
-            ASSERT_EQ(OST_STAT_OK, some.run(all_moments, method));
-            for (std::int64_t j = 0; j < s.p; ++j)
-                for (int k = 1; some.selects(j) && k <= 4; ++k) {
-                    EXPECT_EQ(all.at(raw_codes[k], j), some.at(raw_codes[k], j));
-                    const std::int32_t code = central_codes[std::max(k, 2)];
-                    EXPECT_EQ(all.at(code, j), some.at(code, j));
-                }
-        }
+                std::vector<std::int32_t> indices;
+                for (std::int64_t j = 0; j < s.p; ++j) indices.push_back(j % 5 != 0 && j != 7);
+                for (std::int64_t i = 0; i < s.n; ++i)
+                    s.values[static_cast<std::size_t>(i * s.p + 5)] = std::numeric_limits<R>::quiet_NaN();
+                BasicTask<R> some(s, all_moments, {.rows = rows, .indices = indices});
+                ASSERT_EQ(OST_STAT_OK, some.means(means).run(all_moments, method));
+                for (const auto& [estimate, elements] : some.results())
+                    for (const std::int64_t j : some.selected())
+                        EXPECT_EQ(all.at(estimate, j), some.at(estimate, j)) << "method " << method << " rows " << rows;
+            }
 }
 
 } // namespace

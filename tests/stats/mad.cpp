@@ -15,15 +15,14 @@ template <class R> R median_of(std::vector<R> x) {
     const std::size_t half = x.size() / 2;
     return x.size() % 2 == 1 ? x[half] : (x[half] - x[half - 1]) * R{0.5} + x[half - 1];
 }
-template <class R> R median_deviation(std::vector<R> x) {
-    const R median = median_of(x);
-    for (R& value : x) value = std::fabs(value - median);
-    return median_of(x);
+template <class R> std::vector<R> deviations_from(R centre, std::vector<R> x) {
+    for (R& value : x) value = std::fabs(value - centre);
+    return x;
 }
-template <class R> long double mean_of(const std::vector<R>& x, const std::vector<R>& w) {
+template <class R> long double mean_of(const std::vector<long double>& x, const std::vector<R>& w) {
     long double sum = 0, weight = 0;
     for (std::size_t i = 0; i < x.size(); ++i) {
-        sum += static_cast<long double>(w.empty() ? 1 : w[i]) * x[i];
+        sum += (w.empty() ? 1 : w[i]) * x[i];
         weight += w.empty() ? 1 : w[i];
     }
     return sum / weight;
@@ -36,29 +35,24 @@ template <class R> void compare_with_model(bool rows, bool weighted, bool mean_i
     SCOPED_TRACE(testing::Message() << rows << weighted << mean_is_given << ' ' << threads);
     const auto x = make_data<R>(Kind::random, p * n), w = weighted ? make_data<R>(Kind::few, n) : std::vector<R>{};
     const std::int64_t indices[p] = {1, 1, 0, 1, 1};
-    std::vector<R> median(p, -1), mean_deviation(p, -1), means(p);
+    std::vector<R> median(p, -1), mean_deviation(p, -1);
+    const std::vector<R> means = {R(0), R(0.1), R(0.2), R(0.3), R(0.4)}; // some centre
     StatsTask<R, std::int64_t> task(p, n, rows ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS, x.data(),
                                     weighted ? w.data() : nullptr, indices);
     task.set(OST_STAT_PARAM_MEDIAN_ABS_DEVIATION, median.data())
         .set(OST_STAT_PARAM_MEAN_ABS_DEVIATION, mean_deviation.data());
-    for (std::int64_t j = 0; j < p; ++j) means[j] = static_cast<R>(0.1 * static_cast<double>(j)); // some centre
     if (mean_is_given) task.set(OST_STAT_PARAM_MEAN, means.data());
     const Team team(threads);
     const std::uint32_t method = OST_STAT_METHOD_FAST | (mean_is_given ? OST_STAT_METHOD_TWO_PASS : 0);
     ASSERT_EQ(OST_STAT_OK, Stats<R>::mad(task.get(), both, method, team.descriptor()));
 
     for (std::int64_t j = 0; j < p; ++j) {
-        if (indices[j] == 0) {
-            EXPECT_EQ(-1, median[j]);
-            EXPECT_EQ(-1, mean_deviation[j]);
-            continue;
-        }
-        auto variable = variable_of(x, j, p, n, rows);
-        EXPECT_EQ(median_deviation(variable), median[j]);
-        const long double centre = mean_is_given ? means[j] : mean_of(variable, w);
-        std::vector<long double> deviations;
-        for (const R value : variable) deviations.push_back(std::fabs(value - centre));
-        const long double exact = mean_of(deviations, {w.begin(), w.end()});
+        const auto variable = variable_of(x, j, p, n, rows);
+        const bool taken = indices[j] != 0;
+        EXPECT_EQ(taken ? median_of(deviations_from(median_of(variable), variable)) : R{-1}, median[j]);
+        const std::vector<long double> wide(variable.begin(), variable.end());
+        const long double centre = mean_is_given ? means[j] : mean_of(wide, w);
+        const long double exact = taken ? mean_of(deviations_from(centre, wide), w) : -1;
         EXPECT_NEAR(static_cast<double>(exact / mean_deviation[j]), 1, 30 * std::numeric_limits<R>::epsilon());
     }
 }
@@ -81,18 +75,16 @@ TEST(DeviationsOfThreads, AreThoseOfTheModel) {
 TEST(Deviations, Statuses) {
     const std::vector<double> x = make_data<double>(Kind::random, 40);
     double median[2], mean_deviation[2], mean[2] = {};
-    StatsTask<double> task(2, 20, 0x10000, x.data());
+    StatsTask<double> task(2, 20, OST_STAT_STORAGE_ROWS, x.data());
     std::uint32_t method = OST_STAT_METHOD_TWO_PASS;
     std::uint64_t estimates = OST_STAT_EST_MEDIAN_AD;
     const auto call = [&] { return _ostdSSMAD(task.get(), estimates, method, nullptr); };
-    EXPECT_EQ(OST_STAT_ERR_MEDIAN_AD, call());
-    task.set(OST_STAT_PARAM_MEDIAN_ABS_DEVIATION, median);
+    expect_statuses(task.get(), call, {{OST_STAT_ERR_MEDIAN_AD, OST_STAT_PARAM_MEDIAN_ABS_DEVIATION, median}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
     estimates = both; // the median's method is wrong, and what the mean lacks comes first
-    EXPECT_EQ(OST_STAT_ERR_MEAN_AD, call());
-    task.set(OST_STAT_PARAM_MEAN_ABS_DEVIATION, mean_deviation);
-    EXPECT_EQ(OST_STAT_ERR_MEAN, call());
-    task.set(OST_STAT_PARAM_MEAN, mean);
+    expect_statuses(task.get(), call,
+                    {{OST_STAT_ERR_MEAN_AD, OST_STAT_PARAM_MEAN_ABS_DEVIATION, mean_deviation},
+                     {OST_STAT_ERR_MEAN, OST_STAT_PARAM_MEAN, mean}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
     estimates = OST_STAT_EST_MEAN_AD;
     EXPECT_EQ(OST_STAT_OK, call());
@@ -104,18 +96,11 @@ TEST(Deviations, Statuses) {
 TEST(DeviationsOfThreads, MemoryErrorsComeBack) {
     const std::vector<double> x = make_data<double>(Kind::random, 3 * 50);
     double median[3], mean_deviation[3];
-    StatsTask<double> task(3, 50, 0x20000, x.data());
+    StatsTask<double> task(3, 50, OST_STAT_STORAGE_COLS, x.data());
     task.set(OST_STAT_PARAM_MEDIAN_ABS_DEVIATION, median).set(OST_STAT_PARAM_MEAN_ABS_DEVIATION, mean_deviation);
     const Team team(2);
-    const long live = nvo_core_testing_live_blocks();
-    long refused = 0;
-    for (std::int32_t status = OST_STAT_ERR_MEMORY; status != OST_STAT_OK; ++refused) {
-        nvo_core_testing_fail_allocation(refused + 1);
-        status = _ostdSSMAD(task.get(), both, OST_STAT_METHOD_FAST, team.descriptor());
-        ASSERT_TRUE(status == OST_STAT_ERR_MEMORY || nvo_core_testing_fail_allocation(0) > 0);
-        EXPECT_EQ(live, nvo_core_testing_live_blocks());
-    }
-    EXPECT_GT(refused, 10);
+    EXPECT_LT(10, fail_each_allocation(
+                      [&] { return _ostdSSMAD(task.get(), both, OST_STAT_METHOD_FAST, team.descriptor()); }));
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 // Quantiles and order statistics against a model that sorts by totalOrder and interpolates.
-
 #include "tests/stats/sorted_data.h"
 
 #include <cmath>
@@ -20,16 +19,16 @@ template <class R> R quantile_of(const std::vector<R>& sorted, R order) {
 }
 
 // A case: data and what a call makes of them.
-template <class R, class I> struct Request {
+template <class R, class I = std::int32_t> struct Request {
     std::int64_t p, n;
-    I storage, sorted_storage;
     std::vector<R> x, orders;
-    std::vector<I> selected;
-    std::uint64_t estimates;
+    std::uint64_t estimates = of_orders;
+    I storage = OST_STAT_STORAGE_COLS, sorted_storage = OST_STAT_STORAGE_ROWS;
+    std::vector<I> selected = {};
 
-    std::vector<R> quantiles, sorted;
+    std::vector<R> quantiles = {}, sorted = {};
 
-    std::int32_t operator()(const OstThreading* threading) {
+    std::int32_t operator()(const OstThreading* threading = nullptr) {
         StatsTask<R, I> task(static_cast<I>(p), static_cast<I>(n), storage, x.data(), nullptr,
                              selected.empty() ? nullptr : selected.data());
         const I count = static_cast<I>(orders.size());
@@ -59,23 +58,15 @@ template <class R, class I> struct Request {
     }
 };
 
-template <class Types> class Quantiles : public testing::Test {};
-template <class R, class I> struct Numbers {
-    using Real = R;
-    using Integer = I;
-};
-using AllNumbers = testing::Types<Numbers<float, std::int32_t>, Numbers<double, std::int64_t>>;
-TYPED_TEST_SUITE(Quantiles, AllNumbers);
-
-template <class R, class I> std::vector<Request<R, I>> all_runs(const std::vector<std::int64_t>& counts) {
-    std::vector<Request<R, I>> runs;
+template <class R, class I>
+void check_random_requests(const std::vector<std::int64_t>& counts, const OstThreading* threading) {
     unsigned seed = 0;
-    for (const Kind kind : all_kinds) {
-        for (const std::int64_t n : counts) {
+    for (const Kind kind : all_kinds)
+        for (const std::int64_t n : counts)
             for (const std::uint64_t estimates : {of_orders, of_ranks, of_orders | of_ranks}) {
                 std::mt19937 random(++seed);
-                const auto storage = [&] {
-                    return static_cast<I>(random() % 2 ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS);
+                const auto storage = [&]() -> I {
+                    return random() % 2 ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS;
                 };
                 const std::int64_t p = 1 + random() % 6;
                 std::vector<R> orders = {1, 0, R(0.5), R(0.25), R(0.95), R(0.05), R(0.5)};
@@ -83,79 +74,62 @@ template <class R, class I> std::vector<Request<R, I>> all_runs(const std::vecto
                 orders.resize(1 + random() % orders.size());
                 std::vector<I> selected(random() % 2 ? static_cast<std::size_t>(p) : 0);
                 for (I& s : selected) s = static_cast<I>(random() % 3 * 5);
-                runs.push_back({p,
-                                n,
-                                storage(),
-                                storage(),
-                                make_data<R>(kind, static_cast<std::size_t>(p * n), seed),
-                                orders,
-                                selected,
-                                estimates,
-                                {},
-                                {}});
+                const auto x = make_data<R>(kind, static_cast<std::size_t>(p * n), seed);
+                Request<R, I> request{p, n, x, orders, estimates, storage(), storage(), selected};
+                ASSERT_EQ(OST_STAT_OK, request(threading));
+                request.check();
+                if (testing::Test::HasFatalFailure()) return;
             }
-        }
-    }
-    return runs;
 }
 
+template <class R> class Quantiles : public testing::Test {};
+using Reals = testing::Types<float, double>;
+TYPED_TEST_SUITE(Quantiles, Reals);
+
 TYPED_TEST(Quantiles, AreThoseOfSortedData) {
-    using R = typename TypeParam::Real;
-    for (auto& run : all_runs<R, typename TypeParam::Integer>({1, 2, 3, 32, 33, 100, 1001, 5000, 60000})) {
-        ASSERT_EQ(OST_STAT_OK, run(nullptr));
-        run.check();
-        if (this->HasFatalFailure()) return;
-    }
+    check_random_requests<TypeParam, std::int64_t>({1, 2, 3, 32, 33, 100, 1001, 5000, 60000}, nullptr);
+    check_random_requests<TypeParam, std::int32_t>({1001}, nullptr);
 }
 
 // Many orders at once, and numbers of all sizes: halving the span of the keys gets nowhere fast here.
 TYPED_TEST(Quantiles, OfManyOrdersAndWideData) {
-    using R = typename TypeParam::Real;
-    using I = typename TypeParam::Integer;
-    Request<R, I> run{1, 20000, OST_STAT_STORAGE_COLS, OST_STAT_STORAGE_ROWS, {}, {}, {}, of_orders, {}, {}};
+    using R = TypeParam;
+    Request<R> request{1, 20000, {}, {}};
     std::mt19937 random(1);
     for (int i = 0; i < 20000; ++i) {
-        run.x.push_back(std::ldexp(R{1}, -static_cast<int>(std::min(random() % 4096, random() % 120))));
-        run.orders.push_back(static_cast<R>(random() % 20000) / 19999);
+        request.x.push_back(std::ldexp(R{1}, -static_cast<int>(std::min(random() % 4096, random() % 120))));
+        request.orders.push_back(static_cast<R>(random() % 20000) / 19999);
     }
-    ASSERT_EQ(OST_STAT_OK, run(nullptr));
-    run.check();
+    ASSERT_EQ(OST_STAT_OK, request());
+    request.check();
 }
 
 TEST(QuantilesOfThreads, AreTheSameForEveryTeam) {
     for (int threads = 1; threads <= 4; ++threads) {
         const Team team(threads);
-        for (auto& run : all_runs<double, std::int32_t>({2000})) {
-            ASSERT_EQ(OST_STAT_OK, run(Team::descriptor()));
-            run.check();
-            if (HasFatalFailure()) return;
-        }
+        check_random_requests<double, std::int32_t>({2000}, Team::descriptor());
     }
 }
 
 TEST(QuantilesOfData, InterpolateBetweenNeighbours) {
     const double inf = std::numeric_limits<double>::infinity();
-    Request<double, std::int32_t> run{
-        1, 4, OST_STAT_STORAGE_ROWS, OST_STAT_STORAGE_ROWS, {4, 1, 10, 2}, {0, 0.25, 0.5, 1}, {}, of_orders, {}, {}};
-    ASSERT_EQ(OST_STAT_OK, run(nullptr));
-    EXPECT_EQ((std::vector<double>{1, 1.75, 3, 10, -99}), run.quantiles);
+    Request<double> request{1, 4, {4, 1, 10, 2}, {0, 0.25, 0.5, 1}};
+    ASSERT_EQ(OST_STAT_OK, request());
+    EXPECT_EQ((std::vector<double>{1, 1.75, 3, 10, -99}), request.quantiles);
     // No difference of infinities, and none times 0.
-    run.x = {inf, -inf, 2, inf, -inf};
-    run.n = 5;
-    run.orders = {0, 0.2, 0.5, 0.875, 1};
-    ASSERT_EQ(OST_STAT_OK, run(nullptr));
-    EXPECT_EQ((std::vector<double>{-inf, -inf, 2, inf, inf, -99}), run.quantiles);
+    request = {1, 5, {inf, -inf, 2, inf, -inf}, {0, 0.2, 0.5, 0.875, 1}};
+    ASSERT_EQ(OST_STAT_OK, request());
+    EXPECT_EQ((std::vector<double>{-inf, -inf, 2, inf, inf, -99}), request.quantiles);
 }
 
 // n - 1 has no float, and its neighbour is above it.
 TEST(QuantilesOfData, RanksDontRoundInSinglePrecision) {
     constexpr std::int32_t n = (1 << 24) + 4;
-    Request<float, std::int32_t> run{
-        1, n, OST_STAT_STORAGE_ROWS, OST_STAT_STORAGE_ROWS, std::vector<float>(n), {0.5F, 1}, {}, of_orders, {}, {}};
-    std::fill(run.x.begin(), run.x.begin() + n / 2, -1);
-    run.x.back() = 7;
-    ASSERT_EQ(OST_STAT_OK, run(nullptr));
-    EXPECT_EQ((std::vector<float>{-0.5F, 7, -99}), run.quantiles);
+    Request<float> request{1, n, std::vector<float>(n), {0.5F, 1}};
+    std::fill(request.x.begin(), request.x.begin() + n / 2, -1);
+    request.x.back() = 7;
+    ASSERT_EQ(OST_STAT_OK, request());
+    EXPECT_EQ((std::vector<float>{-0.5F, 7, -99}), request.quantiles);
 }
 
 TEST(QuantilesOfData, ChecksComeInOrder) {
@@ -200,8 +174,8 @@ TEST(QuantilesOfData, ChecksComeInOrder) {
 
     const std::int32_t all[] = {1, 1};
     __ostiSSEditTask(task, OST_STAT_PARAM_INDICES, all);
-    expect_memory_errors([&] { return call(1, of_orders); }, 3);
-    expect_memory_errors([&] { return call(1); }, 2);
+    EXPECT_EQ(3, fail_each_allocation([&] { return call(1, of_orders); }));
+    EXPECT_EQ(2, fail_each_allocation([&] { return call(1); }));
     EXPECT_EQ((std::vector<double>{3, 4, -99}), std::vector<double>(quantiles, quantiles + 3));
     EXPECT_EQ((std::vector<double>{2, 1, 3, 4, 5, 6}), std::vector<double>(sorted, sorted + 6));
     __ostSSDeleteTask(&task);

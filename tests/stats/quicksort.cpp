@@ -1,5 +1,4 @@
 // The quicksort family: order, pairs, ranks, and that neither NaNs nor data made against it lead it astray.
-
 #include "stats/quicksort.h"
 #include "tests/stats/sorted_data.h"
 #include "tests/support/guarded.h"

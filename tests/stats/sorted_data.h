@@ -1,7 +1,6 @@
 // Data for sorts and quantiles, their order by a model of its own, and checks that all these entries share.
 #pragma once
 
-#include "platform/core_testing.h"
 #include "tests/support/statistics.h"
 
 #include <algorithm>
@@ -56,9 +55,6 @@ template <class R> std::vector<R> in_total_order(std::vector<R> x) {
 }
 
 template <class R> bool same_bits(R a, R b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-template <class R> bool same_bits(const std::vector<R>& a, const std::vector<R>& b) {
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), sizeof(R) * a.size()) == 0;
-}
 
 // Variable j of p in a matrix of n observations.
 template <class R>
@@ -66,30 +62,6 @@ std::vector<R> variable_of(const std::vector<R>& x, std::int64_t j, std::int64_t
     std::vector<R> variable;
     for (std::int64_t i = 0; i < n; ++i) variable.push_back(x[static_cast<std::size_t>(rows ? j * n + i : i * p + j)]);
     return variable;
-}
-
-// A task on which a call has all statuses, one after the other, as the fields are registered that each stands for.
-struct Mend {
-    std::int32_t status, code;
-    const void* value;
-};
-template <class Call> void expect_statuses(OstSSTask* task, Call call, const std::vector<Mend>& mends) {
-    for (const auto& [status, code, value] : mends) {
-        EXPECT_EQ(status, call()) << code;
-        if (__ostiSSEditTask(task, code, value) == OST_STAT_ERR_CODE)
-            __ostdSSEditTask(task, code, static_cast<const double*>(value));
-    }
-}
-
-// Each allocation in turn fails.
-template <class Call> void expect_memory_errors(Call call, long allocations) {
-    const long before = nvo_core_testing_live_blocks();
-    for (long n = 1; n <= allocations + 1; ++n) {
-        nvo_core_testing_fail_allocation(n);
-        EXPECT_EQ(n > allocations ? OST_STAT_OK : OST_STAT_ERR_MEMORY, call());
-        EXPECT_EQ(n > allocations, nvo_core_testing_fail_allocation(0)) << n;
-        EXPECT_EQ(before, nvo_core_testing_live_blocks());
-    }
 }
 
 } // namespace nvo::tests

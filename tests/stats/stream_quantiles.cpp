@@ -1,6 +1,5 @@
 // Streaming quantiles: the bound on the error of ranks for data in any order, results that don't depend on how the data
 // are cut into calls, statuses, and what is left after a failure.
-
 #include "tests/stats/sorted_data.h"
 
 #include <cmath>
@@ -143,15 +142,16 @@ template <class R> std::vector<R> matrix() {
     return x;
 }
 
-// Quantiles of the matrix, added in random portions below `bound`, empty ones as well, and seen now and then.
-template <class R, class I>
-std::vector<R> quantiles_of(const std::vector<R>& x, I storage, unsigned bound, const OstThreading* threading = nullptr,
-                            const I* indices = nullptr) {
+// Quantiles of the matrix: added as a whole, or in random portions below `bound`, empty ones as well, and seen now and
+// then.
+template <class R, class I = std::int32_t>
+std::vector<R> quantiles_of(const std::vector<R>& x, I storage = rows, unsigned bound = 0,
+                            const OstThreading* threading = nullptr, const I* indices = nullptr) {
     Stream<R, I> stream(0.01, 20, variables, storage, indices);
     std::mt19937 random(bound);
     std::vector<R> portion;
     for (int done = 0, n = 0; done < observations; done += n) {
-        n = std::min(static_cast<int>(random() % bound), observations - done);
+        n = bound == 0 ? observations : std::min(static_cast<int>(random() % bound), observations - done);
         portion.resize(static_cast<std::size_t>(n * variables));
         for (int j = 0; j < variables; ++j)
             for (int i = 0; i < n; ++i)
@@ -160,29 +160,33 @@ std::vector<R> quantiles_of(const std::vector<R>& x, I storage, unsigned bound, 
     }
     return stream.report();
 }
-template <class R> std::vector<R> quantiles_of_whole(const std::vector<R>& x) {
-    Stream<R> stream(0.01, 20, variables);
-    stream.add(x.data(), observations);
-    return stream.report();
-}
 
 TYPED_TEST(StreamQuantiles, DoNotDependOnPortionsLayoutAndWidth) {
-    const std::vector<TypeParam> x = matrix<TypeParam>(), whole = quantiles_of_whole(x);
-    for (const unsigned bound : {3, 700, 9000}) {
-        EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int32_t>(x, rows, bound))) << bound;
-        EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int64_t>(x, rows, bound))) << bound;
-        EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int32_t>(x, cols, bound))) << bound;
-        EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int64_t>(x, cols, bound))) << bound;
-    }
+    const std::vector<TypeParam> x = matrix<TypeParam>(), whole = quantiles_of(x);
+    for (const unsigned bound : {3, 700, 9000})
+        for (const auto storage : {rows, cols}) {
+            EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int32_t>(x, storage, bound))) << bound;
+            EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int64_t>(x, storage, bound))) << bound;
+        }
 }
 
 TYPED_TEST(StreamQuantiles, OfSelectedVariablesComeOneBehindTheOther) {
-    const std::vector<TypeParam> x = matrix<TypeParam>(), whole = quantiles_of_whole(x);
+    const std::vector<TypeParam> x = matrix<TypeParam>(), whole = quantiles_of(x);
     const std::int64_t indices[variables] = {0, 7, 0, -1, 1};
     std::vector<TypeParam> expected;
     for (const int j : {1, 3, 4}) expected.insert(expected.end(), &whole[21 * j], &whole[21 * j] + 21);
     expected.resize(whole.size(), -99); // rows that nobody writes
     EXPECT_TRUE(same_bits(expected, quantiles_of<TypeParam, std::int64_t>(x, cols, 999, nullptr, indices)));
+}
+
+TEST(StreamQuantilesOfThreads, AreTheSame) {
+    const std::vector<double> x = matrix<double>(), whole = quantiles_of(x);
+    for (const int size : {1, 2, 3, 8}) {
+        const Team team(size);
+        for (const unsigned bound : {300, 5000, observations})
+            for (const auto storage : {rows, cols})
+                EXPECT_TRUE(same_bits(whole, quantiles_of<double>(x, storage, bound, Team::descriptor())));
+    }
 }
 
 // ---- Statuses -------------------------------------------------------------------------------------------------------
@@ -273,34 +277,32 @@ TYPED_TEST(StreamQuantiles, ImpossibleSizesAreOutOfMemory) {
 // Every allocation of a call fails in turn, the first call of a task or a later one. Such a call takes in nothing: what
 // was there can be reported, and the same call again ends as if nothing had been.
 template <class R> void fail_every_allocation(const OstThreading* threading) {
-    constexpr int p = 3, first = 900; // the rest goes through several stages
+    constexpr int p = 3;
     const std::vector<R> x = make_data<R>(Kind::random, std::size_t{p} * observations);
     const long blocks = nvo_core_testing_live_blocks();
-    for (const int begun : {0, first}) {
+    for (const int begun : {0, 900}) { // the rest goes through several stages
         long failures = 0;
-        for (bool failed = true; failed;) {
+        for (bool failed = true; failed; failures += failed) {
             {
                 Stream<R> whole(0.05, 10, p, cols), stream(0.05, 10, p, cols);
-                whole.add(x.data(), begun);
-                const std::vector<R> before = whole.report();
-                whole.add(x.data() + p * begun, observations - begun);
-
-                if (begun) stream.add(x.data(), begun);
-                const auto call = [&] {
-                    return stream.call(x.data() + p * begun, observations - begun, and_report, threading);
+                const auto call = [&](Stream<R>& s, const OstThreading* team) {
+                    return s.call(x.data() + p * begun, observations - begun, and_report, team);
                 };
+                whole.add(x.data(), begun);
+                if (begun > 0) stream.add(x.data(), begun);
+                const std::vector<R> before = whole.report();
+                EXPECT_EQ(OST_STAT_OK, call(whole, nullptr));
+
                 nvo_core_testing_fail_allocation(failures + 1);
-                std::int32_t status = call();
+                const std::int32_t status = call(stream, threading);
                 failed = nvo_core_testing_fail_allocation(0) == 0;
+                EXPECT_EQ(failed ? OST_STAT_ERR_MEMORY : OST_STAT_OK, status);
                 if (failed) {
-                    ++failures;
-                    EXPECT_EQ(OST_STAT_ERR_MEMORY, status);
                     EXPECT_EQ(std::vector<R>(before.size(), -99), stream.quantiles);
                     EXPECT_TRUE(same_bits(before, stream.report()));
-                    status = call();
+                    EXPECT_EQ(OST_STAT_OK, call(stream, threading));
                 }
-                EXPECT_EQ(OST_STAT_OK, status);
-                EXPECT_TRUE(same_bits(whole.report(), stream.quantiles));
+                EXPECT_TRUE(same_bits(whole.quantiles, stream.quantiles));
             }
             ASSERT_EQ(blocks, nvo_core_testing_live_blocks());
         }
@@ -308,6 +310,10 @@ template <class R> void fail_every_allocation(const OstThreading* threading) {
     }
 }
 TYPED_TEST(StreamQuantiles, FailedCallsTakeInNothing) { fail_every_allocation<TypeParam>(nullptr); }
+TEST(StreamQuantilesOfThreads, FailedCallsTakeInNothing) {
+    const Team team(3);
+    fail_every_allocation<float>(Team::descriptor());
+}
 
 // Three words an element, a row of b elements a stage and L rows of half as many; one block a stage, one for their
 // array, one for the task's state. Nothing else stays behind a call. (Allocators of sanitizers show no bytes.)
@@ -328,24 +334,6 @@ TEST(StreamQuantilesMemory, GrowsWithTheLogarithmOfTheData) {
         EXPECT_EQ(blocks + 2 + (s + 1), nvo_core_testing_live_blocks());
         EXPECT_LT(bytes_in_use() - bytes, 1.03 * expected + 1000 * (s + 1));
     }
-}
-
-// ---- Teams ----------------------------------------------------------------------------------------------------------
-
-TEST(StreamQuantilesOfThreads, AreTheSame) {
-    const std::vector<double> x = matrix<double>(), whole = quantiles_of_whole(x);
-    for (const int size : {1, 2, 3, 8}) {
-        const Team team(size);
-        for (const unsigned bound : {300, 5000, observations}) {
-            EXPECT_TRUE(same_bits(whole, quantiles_of<double, std::int32_t>(x, rows, bound, Team::descriptor())));
-            EXPECT_TRUE(same_bits(whole, quantiles_of<double, std::int64_t>(x, cols, bound, Team::descriptor())));
-        }
-    }
-}
-
-TEST(StreamQuantilesOfThreads, FailedCallsTakeInNothing) {
-    const Team team(3);
-    fail_every_allocation<float>(Team::descriptor());
 }
 
 } // namespace

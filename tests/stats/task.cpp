@@ -1,11 +1,8 @@
 // The task: creation, every code of the edit entries, the grouped editors, deletion.
 #include "stats/task.h"
 
-#include "platform/core_testing.h"
 #include "tests/support/statistics.h"
 
-#include <cstring>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <tuple>
 
@@ -47,7 +44,6 @@ class EditedTask : public testing::Test {
 protected:
     EditedTask() { __ostdSSNewTask(&task, &one, &zero, &both, nullptr, nullptr, nullptr, 0); }
     ~EditedTask() override { __ostSSDeleteTask(&task); }
-    const Record& record() const { return *reinterpret_cast<const Record*>(task); }
 
     OstSSTask* task = nullptr;
 };
@@ -55,67 +51,51 @@ protected:
 struct Field {
     std::int32_t code;
     bool is_real;
-    const void* Record::*integers;
-    double* Record::*reals;
+    std::size_t offset;
     std::int32_t status;
-
-    const void* in(const Record& record) const { return is_real ? record.*reals : record.*integers; }
 };
 #define FIELD_OWN(type, name)
-#define FIELD_INTEGER(name, NAME, code, status) {code, false, &Record::name, nullptr, status},
-#define FIELD_REAL(name, NAME, code, status) {code, true, nullptr, &Record::name, status},
+#define FIELD_INTEGER(name, NAME, code, status) {code, false, offsetof(Record, name), status},
+#define FIELD_REAL(name, NAME, code, status) {code, true, offsetof(Record, name), status},
 const Field fields[] = {
 #include "nvo_ark/statistics_fields.def"
 };
 
 TEST_F(EditedTask, TakesEachCodeInTheEntryOfItsType) {
     EXPECT_EQ(79U, std::size(fields));
-    double value;
-    for (const Field& field : fields) {
-        SCOPED_TRACE(field.code);
-        const auto edit = [&](const void* pointer) {
-            return field.is_real ? __ostdSSEditTask(task, field.code, static_cast<const double*>(pointer))
-                                 : __ostiSSEditTask(task, field.code, pointer);
-        };
-        const auto edit_by_the_other = [&] {
-            return field.is_real ? __ostiSSEditTask(task, field.code, &value)
-                                 : __ostdSSEditTask(task, field.code, &value);
-        };
-        Record before = record();
-        EXPECT_EQ(OST_STAT_ERR_CODE, edit_by_the_other());
-        EXPECT_EQ(field.status, edit(nullptr));
-        EXPECT_EQ(0, std::memcmp(&before, task, sizeof before));
-        EXPECT_EQ(OST_STAT_OK, edit(&value));
-        EXPECT_EQ(&value, field.in(record()));
-        // This field alone has changed.
-        field.is_real ? before.*field.reals = &value : before.*field.integers = &value;
-        EXPECT_EQ(0, std::memcmp(&before, task, sizeof before));
+    static const double value = 0;
+    const auto edit = [this](bool real, std::int32_t code, const double* pointer) {
+        return real ? __ostdSSEditTask(task, code, pointer) : __ostiSSEditTask(task, code, pointer);
+    };
+    for (const auto& [code, is_real, offset, status] : fields) {
+        unsigned char expected[sizeof(Record)]; // what has changed, this field alone
+        std::memcpy(expected, task, sizeof expected);
+        EXPECT_EQ(OST_STAT_ERR_CODE, edit(!is_real, code, &value)) << code;
+        EXPECT_EQ(status, edit(is_real, code, nullptr)) << code;
+        EXPECT_EQ(0, std::memcmp(expected, task, sizeof expected)) << code;
+        EXPECT_EQ(OST_STAT_OK, edit(is_real, code, &value)) << code;
+        const double* const pointer = &value;
+        std::memcpy(expected + offset, &pointer, sizeof pointer);
+        EXPECT_EQ(0, std::memcmp(expected, task, sizeof expected)) << code;
     }
     EXPECT_EQ(OST_STAT_ERR_TASK, __ostdSSEditTask(nullptr, 3, &value));
-    for (const std::int32_t code : {-1, 0, 80, 1000}) {
-        EXPECT_EQ(OST_STAT_ERR_CODE, __ostdSSEditTask(task, code, &value));
-        EXPECT_EQ(OST_STAT_ERR_CODE, __ostiSSEditTask(task, code, &value));
-    }
+    for (const std::int32_t code : {-1, 0, 80, 1000})
+        for (const bool real : {false, true}) EXPECT_EQ(OST_STAT_ERR_CODE, edit(real, code, &value));
 }
 
 // An editor gets one pointer at a time, the others null: each argument must land in its field, and move no other.
 template <class... Argument, class... Name>
 void expect_arguments(OstSSTask* task, std::int32_t (*edit)(OstSSTask*, Argument...), Name... name) {
-    static_assert(sizeof...(Argument) == sizeof...(Name));
     static double values[sizeof...(Name)];
-    const auto names = std::make_tuple(name...);
-    [&]<std::size_t... i>(std::index_sequence<i...>) {
-        const auto one_at_a_time = [&]<std::size_t k>(std::integral_constant<std::size_t, k>) {
-            Record expected = *reinterpret_cast<Record*>(task);
-            expected.*std::get<k>(names) = values + k;
-            EXPECT_EQ(OST_STAT_OK,
-                      edit(task, (i == k ? static_cast<Argument>(values + k) : static_cast<Argument>(nullptr))...));
-            EXPECT_EQ(0, std::memcmp(&expected, task, sizeof expected)) << k;
-        };
-        (one_at_a_time(std::integral_constant<std::size_t, i>{}), ...);
-        EXPECT_EQ(OST_STAT_ERR_TASK, edit(nullptr, static_cast<Argument>(i ? nullptr : nullptr)...));
+    for (std::size_t k = 0; k < sizeof...(Name); ++k) {
+        Record expected = *reinterpret_cast<Record*>(task);
+        std::size_t i = 0, a = 0;
+        ((i++ == k ? void(expected.*name = values + k) : void()), ...);
+        EXPECT_EQ(OST_STAT_OK, std::apply(edit, std::tuple<OstSSTask*, Argument...>{
+                                                    task, static_cast<Argument>(a++ == k ? values + k : nullptr)...}));
+        EXPECT_EQ(0, std::memcmp(&expected, task, sizeof expected)) << k;
     }
-    (std::index_sequence_for<Name...>{});
+    EXPECT_EQ(OST_STAT_ERR_TASK, edit(nullptr, Argument{}...));
 }
 
 TEST_F(EditedTask, TakesGroups) {

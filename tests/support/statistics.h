@@ -1,12 +1,17 @@
-// Statistics tasks in tests: the entries of a precision under one name, a task that deletes itself, and a team.
+// Statistics tasks in tests: the entries of a precision under one name, a task that deletes itself, a team, and the
+// checks of statuses that all entries share.
 #pragma once
 
 #include "examples/team/team.h"
+#include "platform/core_testing.h"
 
 #include "nvo_ark/statistics.h"
 
 #include <cstdint>
+#include <cstring>
+#include <gtest/gtest.h>
 #include <stdexcept>
+#include <vector>
 
 namespace nvo::tests {
 
@@ -57,5 +62,35 @@ private:
     OstSSTask* task_ = nullptr;
     I p_, n_, storage_;
 };
+
+// A call whose task lacks something has the status that stands for it, until the field is registered; then the next.
+struct Mend {
+    std::int32_t status, code;
+    const void* value;
+};
+template <class Call> void expect_statuses(OstSSTask* task, Call call, const std::vector<Mend>& mends) {
+    for (const auto& [status, code, value] : mends) {
+        EXPECT_EQ(status, call()) << code;
+        if (__ostiSSEditTask(task, code, value) == OST_STAT_ERR_CODE)
+            __ostdSSEditTask(task, code, static_cast<const double*>(value));
+    }
+}
+
+// Fails each allocation of a call in turn, until it needs no more of them, and gives their number.
+template <class Call> long fail_each_allocation(Call call) {
+    for (long n = 0;; ++n) {
+        const long blocks = nvo_core_testing_live_blocks();
+        nvo_core_testing_fail_allocation(n + 1);
+        const std::int32_t status = call();
+        const bool failed = nvo_core_testing_fail_allocation(0) == 0;
+        EXPECT_EQ(failed ? OST_STAT_ERR_MEMORY : OST_STAT_OK, status) << n;
+        if (!failed) return n;
+        EXPECT_EQ(blocks, nvo_core_testing_live_blocks()) << n;
+    }
+}
+
+template <class R> bool same_bits(const std::vector<R>& a, const std::vector<R>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), sizeof(R) * a.size()) == 0;
+}
 
 } // namespace nvo::tests
