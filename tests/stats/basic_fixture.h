@@ -38,18 +38,24 @@ inline constexpr std::uint64_t all_raw = raw(1) | raw(2) | raw(3) | raw(4),
                                all_sums = all_raw_sums | all_central_sums, all_matrices = cov | cor | cross_product,
                                all_basic = all_moments | all_ratios | all_sums | all_matrices;
 
+// In the order in which they are looked for.
 struct Array {
     std::uint64_t estimate;
     std::int32_t code, storage_code = 0;
 };
 inline constexpr Array arrays[] = {
-    {raw(1), OST_STAT_PARAM_MEAN},
+    {mean, OST_STAT_PARAM_MEAN},
     {raw(2), OST_STAT_PARAM_RAW_MOMENT_2},
     {raw(3), OST_STAT_PARAM_RAW_MOMENT_3},
     {raw(4), OST_STAT_PARAM_RAW_MOMENT_4},
     {central(2), OST_STAT_PARAM_CENTRAL_MOMENT_2},
     {central(3), OST_STAT_PARAM_CENTRAL_MOMENT_3},
     {central(4), OST_STAT_PARAM_CENTRAL_MOMENT_4},
+    {cov, OST_STAT_PARAM_COV, OST_STAT_PARAM_COV_STORAGE},
+    {cor, OST_STAT_PARAM_COR, OST_STAT_PARAM_COR_STORAGE},
+    {kurtosis, OST_STAT_PARAM_KURTOSIS},
+    {skewness, OST_STAT_PARAM_SKEWNESS},
+    {variation, OST_STAT_PARAM_VARIATION},
     {raw_sum(1), OST_STAT_PARAM_SUM},
     {raw_sum(2), OST_STAT_PARAM_RAW_SUM_2},
     {raw_sum(3), OST_STAT_PARAM_RAW_SUM_3},
@@ -57,11 +63,6 @@ inline constexpr Array arrays[] = {
     {central_sum(2), OST_STAT_PARAM_CENTRAL_SUM_2},
     {central_sum(3), OST_STAT_PARAM_CENTRAL_SUM_3},
     {central_sum(4), OST_STAT_PARAM_CENTRAL_SUM_4},
-    {kurtosis, OST_STAT_PARAM_KURTOSIS},
-    {skewness, OST_STAT_PARAM_SKEWNESS},
-    {variation, OST_STAT_PARAM_VARIATION},
-    {cov, OST_STAT_PARAM_COV, OST_STAT_PARAM_COV_STORAGE},
-    {cor, OST_STAT_PARAM_COR, OST_STAT_PARAM_COR_STORAGE},
     {cross_product, OST_STAT_PARAM_CROSS_PRODUCT, OST_STAT_PARAM_CROSS_PRODUCT_STORAGE},
 };
 

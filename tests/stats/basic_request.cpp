@@ -4,100 +4,68 @@
 namespace nvo::tests {
 namespace {
 
-struct Case {
-    std::uint64_t estimates;
-    std::uint32_t method;
-    std::uint64_t arrays;
-    std::int32_t status;
+// What an estimate needs beside its own array, by method; the two-pass form always needs the means as well.
+struct Need {
+    std::uint64_t estimates, of_data, of_fast, of_sums;
 };
-constexpr std::uint64_t raw_to_2 = mean | raw(2), raw_to_3 = raw_to_2 | raw(3);
-
-const Case cases[] = {
-    // methods
-    {mean, 0, mean, -4029},
-    {mean, fast | one_pass, mean, -4029},
-    {mean, fast | two_pass, 0, -4029},
-    {mean, 0x20, mean, -4029},
-    {mean, fast | from_sums | 0x20, mean, 0},
-    {0, fast, 0, 0},
-    {0, two_pass, 0, -4006},
-    {OST_STAT_EST_MIN | std::uint64_t{1} << 40, one_pass, 0, 0}, // bits of others
-    // what each needs beside its own array, in the order of the checks
-    {mean, one_pass, 0, -4006},
-    {raw(2), one_pass, 0, -4007},
-    {raw(2), one_pass, raw(2), 0},
-    {raw(3), fast, 0, -4008},
-    {raw(4), fast, 0, -4009},
-    {central(2), one_pass, 0, -4006},
-    {central(2), one_pass, mean, -4007},
-    {central(2), one_pass, raw_to_2, -4010},
-    {central(2), two_pass, raw_to_2 | central(2), 0},
-    {central(3), one_pass, raw_to_2, -4008},
-    {central(3), one_pass, raw_to_3, -4011},
-    {central(3), fast, raw_to_3 | central(3), 0},
-    {central(4), fast, raw_to_3, -4009},
-    {central(4), fast, all_raw, -4012},
-    {central(4), one_pass, all_raw | central(4), 0},
-    {cov, one_pass, cov, -4006},
-    {cov, fast, mean, -4018},
-    {cor, two_pass, mean, -4019},
-    {cor | cov, one_pass, mean | cor, -4018},
-    {kurtosis, one_pass, raw_to_3 | central(2) | central(4), -4009},
-    {kurtosis, fast, all_raw | central(4), -4010},
-    {kurtosis, fast, all_raw | central(2), -4012},
-    {kurtosis, fast, all_raw | central(2) | central(4), -4013},
-    {kurtosis, one_pass, all_raw | central(2) | central(4) | kurtosis, 0},
-    {skewness, two_pass, raw_to_2 | central(2) | central(3), -4008},
-    {skewness, two_pass, raw_to_3 | central(2), -4011},
-    {skewness, two_pass, raw_to_3 | central(2) | central(3), -4014},
-    {skewness, two_pass, raw_to_3 | central(2) | central(3) | skewness, 0},
-    {variation, fast, mean | central(2), -4007},
-    {variation, fast, raw_to_2 | central(2), -4017},
-    {variation, fast, raw_to_2 | central(2) | variation, 0},
-    {raw_sum(1), fast, 0, -4074},
-    {raw_sum(2), one_pass, 0, -4075},
-    {raw_sum(2), two_pass, raw_sum(2), -4006},
-    {raw_sum(3), one_pass, 0, -4076},
-    {raw_sum(4), one_pass, 0, -4077},
-    {central_sum(2), one_pass, central_sum(2), -4006},
-    {central_sum(2), one_pass, mean, -4078},
-    {central_sum(2), one_pass, mean | central_sum(2), 0},
-    {central_sum(2), fast, mean | central_sum(2), -4007},
-    {central_sum(3), fast, raw_to_2 | central_sum(3), -4008},
-    {central_sum(4), fast, raw_to_3 | central_sum(4), -4009},
-    {central_sum(3), one_pass, mean, -4079},
-    {central_sum(4), one_pass, mean, -4080},
-    {central_sum(4), one_pass, mean | central_sum(4), 0},
-    {cross_product, fast, mean, -4081},
-    {cross_product | raw_sum(1) | variation, one_pass, raw_to_2 | central(2), -4017},
-    // from sums
-    {mean, from_sums, mean, -4074},
-    {mean, 0x400, mean | raw_sum(1), 0},
-    {mean, from_sums, raw_sum(1), -4006},
-    {central(2), from_sums, central(2), -4078},
-    {central(3), from_sums, central(3), -4079},
-    {central(4), from_sums, central(4), -4080},
-    {cov, from_sums, cov, -4081},
-    {cor, from_sums, cor | cross_product, 0},
-    {kurtosis, from_sums, mean | central(2) | kurtosis, -4012},
-    {kurtosis, from_sums, mean | central(2) | central(4) | kurtosis, 0},
-    {skewness, from_sums, mean | central(2) | central(3), -4014},
-    {variation, from_sums, mean | variation, -4010},
-    {raw_sum(1), from_sums, raw_sum(1), -4029},
-    {central_sum(2) | mean, from_sums, 0, -4029},
-    {cross_product, from_sums, cross_product, -4029},
+constexpr std::uint64_t raw_to_2 = mean | raw(2), raw_to_3 = raw_to_2 | raw(3), refused = std::uint64_t{1} << 63;
+constexpr Need needs[] = {
+    {0, 0, 0, 0},
+    {OST_STAT_EST_MIN | std::uint64_t{1} << 40, 0, 0, 0}, // bits of others
+    {raw(1), 0, 0, raw_sum(1)},
+    {raw(2), 0, 0, raw_sum(2)},
+    {raw(3), 0, 0, raw_sum(3)},
+    {raw(4), 0, 0, raw_sum(4)},
+    {central(2), raw_to_2, 0, central_sum(2)},
+    {central(3), raw_to_3, 0, central_sum(3)},
+    {central(4), all_raw, 0, central_sum(4)},
+    {cov, mean, 0, cross_product},
+    {cor, mean, 0, cross_product},
+    {kurtosis, all_raw | central(2) | central(4), 0, mean | central(2) | central(4)},
+    {skewness, raw_to_3 | central(2) | central(3), 0, mean | central(2) | central(3)},
+    {variation, raw_to_2 | central(2), 0, mean | central(2)},
+    {raw_sum(1), 0, 0, refused},
+    {raw_sum(2), 0, 0, refused},
+    {raw_sum(3), 0, 0, refused},
+    {raw_sum(4), 0, 0, refused},
+    {central_sum(2), mean, raw_to_2, refused},
+    {central_sum(3), mean, raw_to_3, refused},
+    {central_sum(4), mean, all_raw, refused},
+    {cross_product, mean, 0, refused},
+    {cor | cov, mean, 0, cross_product},
+    {cross_product | raw_sum(1) | variation, raw_to_2 | central(2), 0, refused},
 };
 
+// Arrays are looked for in the order of their table; each has the status of its field.
 TEST(BasicRequestTest, NeedsArraysInOrder) {
     const Sample<double> s = make_sample<double>(3, 20, Weighting::none);
-    for (const Case& c : cases) {
-        BasicTask<double> task(s, c.arrays);
-        const auto before = task.results();
-        EXPECT_EQ(c.status, task.run(c.estimates, c.method)) << "case " << &c - cases;
-        if (c.status != 0) {
-            EXPECT_EQ(before, task.results()) << "case " << &c - cases;
+    for (const auto& [estimates, of_data, of_fast, of_sums] : needs)
+        for (const std::uint32_t method : {fast, one_pass, two_pass, from_sums}) {
+            const std::uint64_t others = method == from_sums ? of_sums
+                                         : method == fast    ? of_data | of_fast
+                                                             : of_data | (method == two_pass ? mean : 0);
+            std::uint64_t there = 0;
+            for (const Array& array : arrays) {
+                if (others == refused || ((estimates | others) & array.estimate) == 0) continue;
+                BasicTask<double> task(s, there);
+                const auto before = task.results();
+                EXPECT_EQ(__ostdSSEditTask(task.task().get(), array.code, nullptr), task.run(estimates, method))
+                    << "estimates " << estimates << " method " << method << " with " << there;
+                EXPECT_EQ(before, task.results());
+                there |= array.estimate;
+            }
+            BasicTask<double> task(s, there);
+            EXPECT_EQ(others == refused ? OST_STAT_ERR_METHOD : OST_STAT_OK, task.run(estimates, method))
+                << "estimates " << estimates << " method " << method << " with " << there;
         }
-    }
+}
+
+TEST(BasicRequestTest, NeedsOneMethod) {
+    BasicTask<double> task(make_sample<double>(3, 20, Weighting::none), mean | raw_sum(1));
+    for (const std::uint32_t method : {0U, 0x20U, fast | one_pass, fast | two_pass, one_pass | two_pass})
+        EXPECT_EQ(OST_STAT_ERR_METHOD, task.run(mean, method)) << method;
+    for (const std::uint32_t method : {fast | from_sums | 0x20U, 0x400U})
+        EXPECT_EQ(OST_STAT_OK, task.run(mean, method)) << method;
 }
 
 TEST(BasicRequestTest, NeedsAStorageForEachMatrix) {
@@ -110,39 +78,32 @@ TEST(BasicRequestTest, NeedsAStorageForEachMatrix) {
 }
 
 TEST(BasicRequestTest, NeedsDataOrWeights) {
-    const std::int32_t two = 2, ten = 10, zero = 0, no_storage = 0x40000, columns = OST_STAT_STORAGE_COLS;
-    const double x[20] = {}, sums[2] = {20, 30}, weights[10] = {};
-    double means[2] = {}, weights_so_far[2] = {4, 4};
-    std::int32_t p = 2;
-    OstSSTask* task = nullptr;
-    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
-    p = 0;
+    const std::int32_t one = 1, four = 4, zero = 0;
+    const double x[4] = {}, sums[1] = {20}, weights[4] = {};
+    double means[1] = {}, weights_so_far[2] = {5, 5};
+    EmptyTask task;
     std::uint32_t method = fast;
-    const auto run = [&] { return _ostdSSBasic(task, mean, method, nullptr); };
-    expect_statuses(task, run,
-                    {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two},
-                     {OST_STAT_ERR_MEAN, OST_STAT_PARAM_MEAN, means}, // arrays come first
-                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &zero},
-                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &ten},
-                     {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
-                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &no_storage},
-                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &columns},
-                     {OST_STAT_OK, OST_STAT_PARAM_SUM, sums}});
+    const auto run = [&] { return _ostdSSBasic(task.get(), mean, method, nullptr); };
+    task.expect(run, {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &one},
+                      {OST_STAT_ERR_MEAN, OST_STAT_PARAM_MEAN, means}, // arrays come first
+                      {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &zero},
+                      {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &four},
+                      {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
+                      {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &no_storage},
+                      {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &cols},
+                      {OST_STAT_OK, OST_STAT_PARAM_SUM, sums}});
 
     // From sums: weights that have been summed, or a count and no weights.
     method = from_sums;
-    EXPECT_EQ(OST_STAT_OK, run());
-    EXPECT_EQ(2, means[0]);
-    expect_statuses(task, run,
-                    {{OST_STAT_OK, OST_STAT_PARAM_OBSERVATIONS, &zero},
-                     {OST_STAT_ERR_ACC_WEIGHTS, OST_STAT_PARAM_OBSERVATIONS, &ten},
-                     {OST_STAT_OK, OST_STAT_PARAM_WEIGHTS, weights},
-                     {OST_STAT_ERR_ACC_WEIGHTS, OST_STAT_PARAM_ACCUMULATED_WEIGHTS, weights_so_far}});
-    EXPECT_EQ(OST_STAT_OK, run());
+    task.expect(run, {{OST_STAT_OK, OST_STAT_PARAM_OBSERVATIONS, &zero}});
     EXPECT_EQ(5, means[0]);
-    EXPECT_EQ(4, weights_so_far[0]);
-    __ostSSDeleteTask(&task);
-    EXPECT_EQ(OST_STAT_ERR_TASK, run());
+    task.expect(run, {{OST_STAT_ERR_ACC_WEIGHTS, OST_STAT_PARAM_OBSERVATIONS, &four},
+                      {OST_STAT_OK, OST_STAT_PARAM_WEIGHTS, weights},
+                      {OST_STAT_ERR_ACC_WEIGHTS, OST_STAT_PARAM_ACCUMULATED_WEIGHTS, weights_so_far}});
+    EXPECT_EQ(OST_STAT_OK, run());
+    EXPECT_EQ(4, means[0]);
+    EXPECT_EQ(5, weights_so_far[0]);
+    EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSBasic(nullptr, mean, method, nullptr));
 }
 
 // Arrays that nobody asked for, and that nothing is made from, stay as they are.

@@ -72,24 +72,26 @@ TEST(DeviationsOfThreads, AreThoseOfTheModel) {
     }
 }
 
-TEST(Deviations, Statuses) {
-    const std::vector<double> x = make_data<double>(Kind::random, 40);
+TEST(Deviations, ChecksComeInOrder) {
+    const double x[6] = {3, 1, 2, 6, 5, 4};
     double median[2], mean_deviation[2], mean[2] = {};
-    StatsTask<double> task(2, 20, OST_STAT_STORAGE_ROWS, x.data());
+    EmptyTask task;
     std::uint32_t method = OST_STAT_METHOD_TWO_PASS;
     std::uint64_t estimates = OST_STAT_EST_MEDIAN_AD;
     const auto call = [&] { return _ostdSSMAD(task.get(), estimates, method, nullptr); };
-    expect_statuses(task.get(), call, {{OST_STAT_ERR_MEDIAN_AD, OST_STAT_PARAM_MEDIAN_ABS_DEVIATION, median}});
+    task.expect_data(call, x, &no_storage);
+    task.expect(call, {{OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &rows},
+                       {OST_STAT_ERR_MEDIAN_AD, OST_STAT_PARAM_MEDIAN_ABS_DEVIATION, median}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
     estimates = both; // the median's method is wrong, and what the mean lacks comes first
-    expect_statuses(task.get(), call,
-                    {{OST_STAT_ERR_MEAN_AD, OST_STAT_PARAM_MEAN_ABS_DEVIATION, mean_deviation},
-                     {OST_STAT_ERR_MEAN, OST_STAT_PARAM_MEAN, mean}});
+    task.expect(call, {{OST_STAT_ERR_MEAN_AD, OST_STAT_PARAM_MEAN_ABS_DEVIATION, mean_deviation},
+                       {OST_STAT_ERR_MEAN, OST_STAT_PARAM_MEAN, mean}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
     estimates = OST_STAT_EST_MEAN_AD;
     EXPECT_EQ(OST_STAT_OK, call());
     method = OST_STAT_METHOD_ONE_PASS;
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
+    EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSMAD(nullptr, estimates, method, nullptr));
 }
 
 // Those of the inner calls come back from the bodies.

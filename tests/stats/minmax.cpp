@@ -72,26 +72,20 @@ TYPED_TEST(MinmaxTest, OneIsLeftAloneWhereOnlyTheOtherIsWanted) {
     EXPECT_EQ(5, high);
 }
 
-TEST(Minmax, Statuses) {
-    const double x[2] = {1, 2};
-    double low = 0, high = 0;
-    const std::int32_t one = 1, two = 2, no_storage = 0x40000, rows = OST_STAT_STORAGE_ROWS;
-    OstSSTask* task = nullptr;
-    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &one, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
+TEST(Minmax, ChecksComeInOrder) {
+    const double x[6] = {};
+    double low[2] = {}, high[2] = {};
+    EmptyTask task;
     std::uint32_t method = OST_STAT_METHOD_TWO_PASS;
-    const auto call = [&] { return _ostdSSMinmax(task, OST_STAT_EST_MIN | OST_STAT_EST_MAX, method); };
-    expect_statuses(task, call,
-                    {{OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &two},
-                     {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
-                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &no_storage},
-                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &rows},
-                     {OST_STAT_ERR_MINIMUM, OST_STAT_PARAM_MINIMUM, &low},
-                     {OST_STAT_ERR_MAXIMUM, OST_STAT_PARAM_MAXIMUM, &high}});
+    const auto call = [&] { return _ostdSSMinmax(task.get(), OST_STAT_EST_MIN | OST_STAT_EST_MAX, method); };
+    task.expect_data(call, x, &no_storage);
+    task.expect(call, {{OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &rows},
+                       {OST_STAT_ERR_MINIMUM, OST_STAT_PARAM_MINIMUM, low},
+                       {OST_STAT_ERR_MAXIMUM, OST_STAT_PARAM_MAXIMUM, high}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
     method = OST_STAT_METHOD_ONE_PASS;
     EXPECT_EQ(1, fail_each_allocation(call)); // the list of variables
     EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSMinmax(nullptr, 0, 1));
-    __ostSSDeleteTask(&task);
 }
 
 } // namespace

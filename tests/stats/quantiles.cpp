@@ -65,9 +65,7 @@ void check_random_requests(const std::vector<std::int64_t>& counts, const OstThr
         for (const std::int64_t n : counts)
             for (const std::uint64_t estimates : {of_orders, of_ranks, of_orders | of_ranks}) {
                 std::mt19937 random(++seed);
-                const auto storage = [&]() -> I {
-                    return random() % 2 ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS;
-                };
+                const auto storage = [&]() -> I { return random() % 2 ? rows : cols; };
                 const std::int64_t p = 1 + random() % 6;
                 std::vector<R> orders = {1, 0, R(0.5), R(0.25), R(0.95), R(0.05), R(0.5)};
                 for (int i = 0; i < 10; ++i) orders.push_back(static_cast<R>(random() % 1000) / 999);
@@ -134,52 +132,40 @@ TEST(QuantilesOfData, RanksDontRoundInSinglePrecision) {
 
 TEST(QuantilesOfData, ChecksComeInOrder) {
     const double x[] = {3, 1, 2, 6, 5, 4}, orders[] = {0.5, -0.1}, above[] = {0.5, 1.1}, nan[] = {0.5, -NAN};
-    const std::int32_t two = 2, three = 3, zero = 0, minus = -1, one = 1, none = 0x8000,
-                       storage = OST_STAT_STORAGE_COLS;
-    std::int32_t p = 2;
-    double quantiles[3] = {-99, -99, -99}, sorted[6] = {-99};
-    OstSSTask* task = nullptr;
-    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
-    p = 0;
+    const std::int32_t zero = 0, one = 1, two = 2, minus = -1, nobody[] = {0, 0}, all[] = {1, 1};
+    std::vector<double> quantiles = {-99, -99, -99}, sorted(6, -99);
+    EmptyTask task;
     const auto call = [&](std::uint32_t method = ~1U, std::uint64_t estimates = of_orders | of_ranks) {
-        return _ostdSSQuantiles(task, estimates, method, nullptr);
+        return _ostdSSQuantiles(task.get(), estimates, method, nullptr);
     };
-    expect_statuses(task, call,
-                    {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two},
-                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &zero},
-                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &three},
-                     {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
-                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &none},
-                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &storage},
-                     {OST_STAT_ERR_QUANTILES, OST_STAT_PARAM_QUANTILES, quantiles},
-                     {OST_STAT_ERR_QUANTILE_ORDERS, OST_STAT_PARAM_QUANTILE_ORDERS, orders},
-                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &minus},
-                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &two},
-                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, above},
-                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, nan},
-                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &one},
-                     {OST_STAT_ERR_ORDER_STATS, OST_STAT_PARAM_ORDER_STATISTICS, sorted},
-                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_ORDER_STATISTICS_STORAGE, &none},
-                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_ORDER_STATISTICS_STORAGE, &storage}});
+    task.expect_data(call, x, &no_storage);
+    task.expect(call, {{OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &cols},
+                       {OST_STAT_ERR_QUANTILES, OST_STAT_PARAM_QUANTILES, quantiles.data()},
+                       {OST_STAT_ERR_QUANTILE_ORDERS, OST_STAT_PARAM_QUANTILE_ORDERS, orders},
+                       {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &minus},
+                       {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &two},
+                       {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, above},
+                       {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, nan},
+                       {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &one},
+                       {OST_STAT_ERR_ORDER_STATS, OST_STAT_PARAM_ORDER_STATISTICS, sorted.data()},
+                       {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_ORDER_STATISTICS_STORAGE, &no_storage},
+                       {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_ORDER_STATISTICS_STORAGE, &cols}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
+    EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSQuantiles(nullptr, of_orders, 1, nullptr));
     // Without orders, there is nothing to do, nor without a variable.
-    const std::int32_t nobody[] = {0, 0};
-    __ostiSSEditTask(task, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &zero);
+    task.set(OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &zero);
     EXPECT_EQ(OST_STAT_OK, call(1, of_orders));
-    __ostiSSEditTask(task, OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &one);
-    __ostiSSEditTask(task, OST_STAT_PARAM_INDICES, nobody);
+    task.set(OST_STAT_PARAM_QUANTILE_ORDER_COUNT, &one);
+    task.set(OST_STAT_PARAM_INDICES, nobody);
     EXPECT_EQ(OST_STAT_OK, call(1));
-    EXPECT_EQ(-99, quantiles[0]);
-    EXPECT_EQ(-99, sorted[0]);
+    EXPECT_EQ(std::vector<double>(3, -99), quantiles);
+    EXPECT_EQ(std::vector<double>(6, -99), sorted);
 
-    const std::int32_t all[] = {1, 1};
-    __ostiSSEditTask(task, OST_STAT_PARAM_INDICES, all);
+    task.set(OST_STAT_PARAM_INDICES, all);
     EXPECT_EQ(3, fail_each_allocation([&] { return call(1, of_orders); }));
     EXPECT_EQ(2, fail_each_allocation([&] { return call(1); }));
-    EXPECT_EQ((std::vector<double>{3, 4, -99}), std::vector<double>(quantiles, quantiles + 3));
-    EXPECT_EQ((std::vector<double>{2, 1, 3, 4, 5, 6}), std::vector<double>(sorted, sorted + 6));
-    __ostSSDeleteTask(&task);
-    EXPECT_EQ(OST_STAT_ERR_TASK, call());
+    EXPECT_EQ((std::vector<double>{3, 4, -99}), quantiles);
+    EXPECT_EQ((std::vector<double>{2, 1, 3, 4, 5, 6}), sorted);
 }
 
 } // namespace

@@ -10,7 +10,6 @@ namespace {
 
 using namespace nvo::tests;
 
-constexpr std::int32_t rows = OST_STAT_STORAGE_ROWS, cols = OST_STAT_STORAGE_COLS;
 constexpr std::uint32_t and_report = OST_STAT_METHOD_STREAM, add_only = OST_STAT_METHOD_STREAM_ADD_ONLY;
 
 // A task with its fields.
@@ -196,51 +195,44 @@ TEST(StreamQuantilesStatuses, ComeInOrder) {
     const double x[] = {1, 2, 3, 4, 5, 6}, orders[] = {0.5, 1}, high[] = {0.5, 1.5}, low[] = {-0.5, 1},
                  odd[] = {0, nan};
     const std::int32_t one = 1, two = 2, three = 3, minus = -1, none[] = {0, 0}, second[] = {0, 1}, both[] = {1, 1};
-    double quantiles[] = {-99, -99, -99, -99};
-    std::int32_t p = 2;
-    OstSSTask* task = nullptr;
-    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &p, nullptr, nullptr, nullptr, nullptr, none, 0));
-    p = 0;
+    std::vector<double> quantiles(4, -99);
+    const long blocks = nvo_core_testing_live_blocks() + 1;
+    EmptyTask task;
+    task.set(OST_STAT_PARAM_INDICES, none);
     std::uint32_t method = 1;
-    const auto call = [&] { return _ostdSSStreamQuantiles(task, 0, method, nullptr); };
-    const auto results = [&] { return std::vector<double>(quantiles, quantiles + 4); };
-    const long blocks = nvo_core_testing_live_blocks();
+    const auto call = [&] { return _ostdSSStreamQuantiles(task.get(), 0, method, nullptr); };
 
-    expect_statuses(task, call,
-                    {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two},
-                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &minus},
-                     {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &three},
-                     {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
-                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &two},
-                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &rows},
-                     {OST_STAT_ERR_STREAM_QUANTILES, OST_STAT_PARAM_STREAM_QUANTILES, quantiles},
-                     {OST_STAT_ERR_STREAM_ORDERS, OST_STAT_PARAM_STREAM_ORDERS, high},
-                     {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDER_COUNT, &minus},
-                     {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDER_COUNT, &two},
-                     {OST_STAT_ERR_STREAM_PARAMS, OST_STAT_PARAM_STREAM_PARAM_COUNT, &two},
-                     {OST_STAT_ERR_STREAM_PARAM_COUNT, OST_STAT_PARAM_STREAM_PARAM_COUNT, &one},
-                     {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDERS, low},
-                     {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDERS, odd},
-                     {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDERS, orders},
-                     {OST_STAT_ERR_STREAM_EPSILON, OST_STAT_PARAM_STREAM_PARAMS, &zero}});
+    task.expect(call, {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two},
+                       {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &minus},
+                       {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &three},
+                       {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
+                       {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &no_storage},
+                       {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &rows},
+                       {OST_STAT_ERR_STREAM_QUANTILES, OST_STAT_PARAM_STREAM_QUANTILES, quantiles.data()},
+                       {OST_STAT_ERR_STREAM_ORDERS, OST_STAT_PARAM_STREAM_ORDERS, high},
+                       {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDER_COUNT, &minus},
+                       {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDER_COUNT, &two},
+                       {OST_STAT_ERR_STREAM_PARAMS, OST_STAT_PARAM_STREAM_PARAM_COUNT, &two},
+                       {OST_STAT_ERR_STREAM_PARAM_COUNT, OST_STAT_PARAM_STREAM_PARAM_COUNT, &one},
+                       {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDERS, low},
+                       {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDERS, odd},
+                       {OST_STAT_ERR_STREAM_ORDER_COUNT, OST_STAT_PARAM_STREAM_ORDERS, orders},
+                       {OST_STAT_ERR_STREAM_EPSILON, OST_STAT_PARAM_STREAM_PARAMS, &zero}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
     method = and_report;
-    expect_statuses(task, call,
-                    {{OST_STAT_ERR_STREAM_EPSILON_RANGE, OST_STAT_PARAM_STREAM_PARAMS, &two_and_a_half},
-                     {OST_STAT_ERR_STREAM_EPSILON_RANGE, OST_STAT_PARAM_STREAM_PARAMS, &nan},
-                     {OST_STAT_ERR_STREAM_EPSILON_RANGE, OST_STAT_PARAM_STREAM_PARAMS, &epsilon},
-                     {OST_STAT_ERR_INDICES, OST_STAT_PARAM_INDICES, second}});
-    EXPECT_EQ(std::vector<double>(4, -99), results());
+    task.expect(call, {{OST_STAT_ERR_STREAM_EPSILON_RANGE, OST_STAT_PARAM_STREAM_PARAMS, &two_and_a_half},
+                       {OST_STAT_ERR_STREAM_EPSILON_RANGE, OST_STAT_PARAM_STREAM_PARAMS, &nan},
+                       {OST_STAT_ERR_STREAM_EPSILON_RANGE, OST_STAT_PARAM_STREAM_PARAMS, &epsilon},
+                       {OST_STAT_ERR_INDICES, OST_STAT_PARAM_INDICES, second}});
+    EXPECT_EQ(std::vector<double>(4, -99), quantiles);
     EXPECT_EQ(blocks, nvo_core_testing_live_blocks());
 
     // The second variable takes part from now on, and no other.
-    expect_statuses(task, call,
-                    {{OST_STAT_OK, OST_STAT_PARAM_INDICES, both},
-                     {OST_STAT_ERR_INDICES, OST_STAT_PARAM_DIMENSION, &one},
-                     {OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two}});
-    EXPECT_EQ((std::vector<double>{4, 6, -99, -99}), results());
-    __ostSSDeleteTask(&task);
-    EXPECT_EQ(OST_STAT_ERR_TASK, call());
+    task.expect(call, {{OST_STAT_OK, OST_STAT_PARAM_INDICES, both},
+                       {OST_STAT_ERR_INDICES, OST_STAT_PARAM_DIMENSION, &one},
+                       {OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two}});
+    EXPECT_EQ((std::vector<double>{4, 6, -99, -99}), quantiles);
+    EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSStreamQuantiles(nullptr, 0, method, nullptr));
 }
 
 TYPED_TEST(StreamQuantiles, OfNothingAreNotWritten) {

@@ -11,7 +11,7 @@ namespace {
 
 using Record = stats::TaskRecord<double>;
 
-constexpr std::int32_t one = 1, zero = 0, rows = OST_STAT_STORAGE_ROWS, both = 0x30000;
+constexpr std::int32_t one = 1, zero = 0, both = 0x30000;
 
 TEST(StatisticsTask, CreationChecksInOrder) {
     const double x[1] = {};

@@ -104,29 +104,19 @@ TEST(WeightedMedian, AddsUpFloatsInDouble) {
 }
 
 TEST(WeightedMedian, ChecksComeInOrder) {
-    const double x[] = {3, 1, 2}, order = 0.5, above = 1.5;
-    const std::int32_t n = 3, none = 4, storage = OST_STAT_STORAGE_COLS;
-    std::int32_t p = 1;
-    double quantile = -99;
-    OstSSTask* task = nullptr;
-    ASSERT_EQ(OST_STAT_OK, __ostdSSNewTask(&task, &p, &n, nullptr, nullptr, nullptr, nullptr, 0));
-    p = 0;
-    const auto call = [&] { return _ostdSSWMedian(task, 0, 0); };
-    expect_statuses(task, call,
-                    {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &n},
-                     {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
-                     {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &none},
-                     {OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &storage},
-                     {OST_STAT_ERR_QUANTILES, OST_STAT_PARAM_QUANTILES, &quantile},
-                     {OST_STAT_ERR_QUANTILE_ORDERS, OST_STAT_PARAM_QUANTILE_ORDERS, &above},
-                     {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, &order}});
-    p = 1;
-    __ostiSSEditTask(task, OST_STAT_PARAM_DIMENSION, &p);
-    EXPECT_EQ(-99, quantile);
+    const double x[] = {3, 1, 2, 6, 5, 4}, order = 0.5, above = 1.5;
+    std::vector<double> medians(2, -99);
+    EmptyTask task;
+    const auto call = [&] { return _ostdSSWMedian(task.get(), 0, 0); };
+    task.expect_data(call, x, &no_storage);
+    task.expect(call, {{OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &rows},
+                       {OST_STAT_ERR_QUANTILES, OST_STAT_PARAM_QUANTILES, medians.data()},
+                       {OST_STAT_ERR_QUANTILE_ORDERS, OST_STAT_PARAM_QUANTILE_ORDERS, &above},
+                       {OST_STAT_ERR_QUANTILE_COUNT, OST_STAT_PARAM_QUANTILE_ORDERS, &order}});
+    EXPECT_EQ(std::vector<double>(2, -99), medians);
     EXPECT_EQ(1, fail_each_allocation(call));
-    EXPECT_EQ(2, quantile);
-    __ostSSDeleteTask(&task);
-    EXPECT_EQ(OST_STAT_ERR_TASK, call());
+    EXPECT_EQ((std::vector<double>{2, 5}), medians);
+    EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSWMedian(nullptr, 0, 0));
 }
 
 } // namespace

@@ -63,18 +63,49 @@ private:
     I p_, n_, storage_;
 };
 
-// A call whose task lacks something has the status that stands for it, until the field is registered; then the next.
-struct Mend {
-    std::int32_t status, code;
-    const void* value;
-};
-template <class Call> void expect_statuses(OstSSTask* task, Call call, const std::vector<Mend>& mends) {
-    for (const auto& [status, code, value] : mends) {
-        EXPECT_EQ(status, call()) << code;
-        if (__ostiSSEditTask(task, code, value) == OST_STAT_ERR_CODE)
-            __ostdSSEditTask(task, code, static_cast<const double*>(value));
+// A task that has nothing but a wrong dimension. A call on it has a status that stands for a field, until that field is
+// registered, and then the next one.
+class EmptyTask {
+public:
+    struct Mend {
+        std::int32_t status, code;
+        const void* value;
+    };
+
+    EmptyTask() {
+        __ostdSSNewTask(&task_, &p_, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
+        p_ = 0;
     }
-}
+    EmptyTask(const EmptyTask&) = delete;
+    EmptyTask& operator=(const EmptyTask&) = delete;
+    ~EmptyTask() { __ostSSDeleteTask(&task_); }
+
+    template <class Call> void expect(Call call, const std::vector<Mend>& mends) {
+        for (const auto& [status, code, value] : mends) {
+            EXPECT_EQ(status, call()) << code;
+            set(code, value);
+        }
+    }
+    // What calls on two variables with three observations look for first.
+    template <class Call> void expect_data(Call call, const double* x, const std::int32_t* storage) {
+        static constexpr std::int32_t zero = 0, two = 2, three = 3;
+        expect(call, {{OST_STAT_ERR_DIMENSION, OST_STAT_PARAM_DIMENSION, &two},
+                      {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &zero},
+                      {OST_STAT_ERR_OBSERVATIONS, OST_STAT_PARAM_OBSERVATIONS, &three},
+                      {OST_STAT_ERR_DATA, OST_STAT_PARAM_DATA, x},
+                      {OST_STAT_ERR_MATRIX_STORAGE, OST_STAT_PARAM_DATA_STORAGE, storage}});
+    }
+    void set(std::int32_t code, const void* value) {
+        if (__ostiSSEditTask(task_, code, value) == OST_STAT_ERR_CODE)
+            __ostdSSEditTask(task_, code, static_cast<const double*>(value));
+    }
+    OstSSTask* get() const { return task_; }
+
+private:
+    std::int32_t p_ = 1;
+    OstSSTask* task_ = nullptr;
+};
+inline constexpr std::int32_t no_storage = 0x8000, rows = OST_STAT_STORAGE_ROWS, cols = OST_STAT_STORAGE_COLS;
 
 // Fails each allocation of a call in turn, until it needs no more of them, and gives their number.
 template <class Call> long fail_each_allocation(Call call) {
