@@ -14,29 +14,6 @@ using namespace nvo;
 constexpr std::int64_t KiB = 1024, MiB = 1024 * KiB;
 constexpr std::uint32_t none = 0x80000000; // a register without descriptors
 
-// Leaves as they are asked for.
-class Processor {
-public:
-    Processor(std::uint32_t highest_leaf, CpuidRegisters leaf2, std::uint32_t leaf4_eax = 0)
-        : leaves_{{0, {highest_leaf, 0x756E6547, 0x6C65746E, 0x49656E69}}, {2, leaf2}, {4, {leaf4_eax, 0, 0, 0}}} {}
-
-    CpuidRegisters operator()(std::uint32_t leaf) {
-        asked.push_back(leaf);
-        return leaves_.at(leaf);
-    }
-    CpuidRegisters& leaf(std::uint32_t number) { return leaves_.at(number); }
-
-    std::int64_t size() { return asked.clear(), CacheQuestion(std::ref(*this)).size(); }
-    std::int64_t share() { return asked.clear(), CacheQuestion(std::ref(*this)).share(); }
-
-    std::vector<std::uint32_t> asked;
-
-private:
-    std::map<std::uint32_t, CpuidRegisters> leaves_;
-};
-
-using Asked = std::vector<std::uint32_t>;
-
 TEST(CacheSize, OfOneDescriptorOfEachSize) {
     const std::map<std::uint32_t, std::int64_t> sizes = {
         {0xEC, 24 * MiB}, {0xEB, 18 * MiB}, {0x4D, 16 * MiB}, {0x4C, 12 * MiB}, {0x47, 8 * MiB},  {0x4A, 6 * MiB},
@@ -56,51 +33,63 @@ TEST(CacheSize, TableHasEachDescriptorOnceAndFromTheLargestSizeDown) {
     EXPECT_EQ(43U, seen.size());
 }
 
-TEST(CacheSize, DescriptorsCountInEachByteButTheLowestOfEax) {
-    for (const std::uint32_t shift : {0, 8, 16, 24}) {
-        const std::uint32_t bytes = 0x44U << shift;
-        EXPECT_EQ(shift == 0 ? unknown_cache : 1 * MiB,
-                  largest_listed_cache({shift == 0 ? bytes : bytes | 1, 0, 0, 0}));
-        EXPECT_EQ(1 * MiB, largest_listed_cache({1, bytes, 0, 0})) << shift;
-        EXPECT_EQ(1 * MiB, largest_listed_cache({1, 0, bytes, 0})) << shift;
-        EXPECT_EQ(1 * MiB, largest_listed_cache({1, 0, 0, bytes})) << shift;
+TEST(CacheSize, IsTheLargestOfAllBytesButTheLowestOfEax) {
+    const std::pair<CpuidRegisters, std::int64_t> cases[] = {
+        {{0x00000044, 0, 0, 0}, unknown_cache}, // AL must be 1
+        {{0x44444402, 0x44, 0x44, 0x44}, unknown_cache},
+        {{0x00004401, 0, 0, 0}, 1 * MiB},
+        {{0x00440001, 0, 0, 0}, 1 * MiB},
+        {{0x44000001, 0, 0, 0}, 1 * MiB},
+        {{0x00440001, 0, 0, none | 0x00004D00}, 1 * MiB}, // not a register with bit 31
+        {{none | 0x00440001, 0, 0, 0}, unknown_cache},
+        {{0x665B5001, 0x43444547, 0x7B, 0x4E}, 8 * MiB},
+        {{0x475B5001, 0x43444500, 0x7B, 0x4E}, 8 * MiB},
+        {{0x665B5001, 0x00F0FF00, 0, 0}, unknown_cache},
+        {{0, 0, 0, 0}, unknown_cache}};
+    for (const auto& [leaf2, size] : cases) EXPECT_EQ(size, largest_listed_cache(leaf2)) << &leaf2 - &cases[0].first;
+    for (std::uint32_t CpuidRegisters::*word : {&CpuidRegisters::ebx, &CpuidRegisters::ecx, &CpuidRegisters::edx})
+        for (const int shift : {0, 8, 16, 24}) {
+            CpuidRegisters leaf2{1, 0, 0, 0};
+            leaf2.*word = 0x44U << shift;
+            EXPECT_EQ(1 * MiB, largest_listed_cache(leaf2)) << shift;
+        }
+}
+
+// Leaves as they are asked for.
+struct Processor {
+    std::map<std::uint32_t, CpuidRegisters> leaves = {
+        {0, {4, 0x756E6547, 0x6C65746E, 0x49656E69}}, {2, {1, 0xEC, 0, 0}}, {4, {2U << 26 | 0x3FFFFFF, 0, 0, 0}}};
+    std::vector<std::uint32_t> asked = {};
+
+    CpuidRegisters operator()(std::uint32_t leaf) {
+        asked.push_back(leaf);
+        return leaves.at(leaf);
     }
-    EXPECT_EQ(1 * MiB, largest_listed_cache({0x00440001, 0, 0, none | 0x00004D00})) << "not a register with bit 31";
-    EXPECT_EQ(unknown_cache, largest_listed_cache({none | 0x00440001, 0, 0, 0}));
-}
-
-TEST(CacheSize, LargestOfSeveralWins) {
-    EXPECT_EQ(8 * MiB, largest_listed_cache({0x665B5001, 0x43444547, 0x7B, 0x4E}));
-    EXPECT_EQ(8 * MiB, largest_listed_cache({0x475B5001, 0x43444500, 0x7B, 0x4E}));
-}
-
-TEST(CacheSize, UnknownWithoutDescriptors) {
-    EXPECT_EQ(unknown_cache, largest_listed_cache({0x665B5001, 0x00F0FF00, 0, 0}));
-    EXPECT_EQ(unknown_cache, largest_listed_cache({0x44444402, 0x44, 0x44, 0x44})) << "AL must be 1";
-    EXPECT_EQ(unknown_cache, largest_listed_cache({0, 0, 0, 0}));
-}
+    // Of the whole cache, or of a thread's share.
+    void expect(bool share, std::int64_t bytes, const std::vector<std::uint32_t>& leaves_asked) {
+        asked.clear();
+        const CacheQuestion question(std::ref(*this));
+        EXPECT_EQ(bytes, share ? question.share() : question.size());
+        EXPECT_EQ(leaves_asked, asked);
+    }
+};
 
 TEST(CacheSize, ShareIsThatOfTheThreadsOfLeafFour) {
-    Processor processor(4, {1, 0xEC, 0, 0}, 2U << 26 | 0x3FFFFFF);
-    EXPECT_EQ(24 * MiB, processor.size());
-    EXPECT_EQ((Asked{0, 2}), processor.asked);
-    EXPECT_EQ(8 * MiB, processor.share());
-    EXPECT_EQ((Asked{0, 2, 4}), processor.asked);
-    processor.leaf(0).eax = 3;
-    EXPECT_EQ(24 * MiB, processor.share());
-    EXPECT_EQ((Asked{0, 2}), processor.asked);
+    Processor processor;
+    processor.expect(false, 24 * MiB, {0, 2});
+    processor.expect(true, 8 * MiB, {0, 2, 4});
+    processor.leaves[0].eax = 3;
+    processor.expect(true, 24 * MiB, {0, 2});
+    processor.leaves[0].eax = 1;
+    processor.expect(false, unknown_cache, {0});
 }
 
 TEST(CacheSize, AnotherVendorIsAskedNothingMore) {
     for (std::uint32_t CpuidRegisters::*word : {&CpuidRegisters::ebx, &CpuidRegisters::ecx, &CpuidRegisters::edx}) {
-        Processor processor(4, {1, 0xEC, 0, 0});
-        processor.leaf(0).*word ^= 0x20;
-        EXPECT_EQ(unknown_cache, processor.share());
-        EXPECT_EQ((Asked{0}), processor.asked);
+        Processor processor;
+        processor.leaves[0].*word ^= 0x20;
+        processor.expect(true, unknown_cache, {0});
     }
-    Processor old(1, {1, 0xEC, 0, 0});
-    EXPECT_EQ(unknown_cache, old.size());
-    EXPECT_EQ((Asked{0}), old.asked);
 }
 
 } // namespace

@@ -100,43 +100,38 @@ TEST(Copy, CopiesAllLengthsAndAlignmentsAndNoMore) {
 }
 
 // Of one type: lengths on both sides of what a gate may be, at every alignment, odd ones as well.
-template <class T, class Copy, class Set, class Zero> void check_type(Copy copy, Set set, Zero zero) {
+template <class T> void check_type(auto copy, auto set, auto zero) {
     constexpr std::size_t most = 4200;
     const Bytes data = random_bytes(most), zeros(most);
     const T value = sample<T>();
     const std::vector<T> values(most / sizeof value, value);
+    const auto* from = reinterpret_cast<const T*>(data.data());
     Target target(most);
-    std::vector<std::size_t> lengths = {2000, 2047, 2048, 2063, 2064, 2065, 2079, 2080, 2100, 4096, 4160};
-    for (std::size_t bytes = 1; bytes <= 150; ++bytes) lengths.push_back(bytes);
-    for (const std::size_t bytes : lengths) {
-        const std::size_t n = bytes / sizeof(T);
-        if (n == 0) continue;
+    const auto copy_data = [=](T* to, int n) { return copy(from, to, n); };
+    const auto set_value = [=](T* to, int n) { return set(value, to, n); };
+    const auto check = [&](auto function, const void* expected, std::size_t n) {
         for (std::size_t gap = 0; gap < alignments; ++gap) {
             T* to = target.place<T>(n, gap);
-            ASSERT_EQ(NVO_DFT_OK, copy(reinterpret_cast<const T*>(data.data()), to, static_cast<int>(n)));
-            ASSERT_TRUE(target.holds(data.data())) << n << ' ' << gap;
-            to = target.place<T>(n, gap);
-            ASSERT_EQ(NVO_DFT_OK, set(value, to, static_cast<int>(n)));
-            ASSERT_TRUE(target.holds(values.data())) << n << ' ' << gap;
-            to = target.place<T>(n, gap);
-            ASSERT_EQ(NVO_DFT_OK, zero(to, static_cast<int>(n)));
-            ASSERT_TRUE(target.holds(zeros.data())) << n << ' ' << gap;
+            ASSERT_EQ(NVO_DFT_OK, function(to, static_cast<int>(n)));
+            ASSERT_TRUE(target.holds(expected)) << n << ' ' << gap;
         }
+        T* to = target.place<T>(4, 0);
+        const Bytes before(reinterpret_cast<std::uint8_t*>(to), reinterpret_cast<std::uint8_t*>(to + 4));
+        for (const int none : {0, -1, INT32_MIN}) {
+            EXPECT_EQ(NVO_DFT_ERR_NULL, function(nullptr, none));
+            EXPECT_EQ(NVO_DFT_ERR_LENGTH, function(to, none));
+        }
+        EXPECT_TRUE(target.holds(before.data()));
+    };
+    std::vector<std::size_t> lengths = {2000, 2047, 2048, 2063, 2064, 2065, 2079, 2080, 2100, 4096, 4160};
+    for (std::size_t bytes = sizeof(T); bytes <= 150; ++bytes) lengths.push_back(bytes);
+    for (const std::size_t bytes : lengths) {
+        check(copy_data, data.data(), bytes / sizeof(T));
+        check(set_value, values.data(), bytes / sizeof(T));
+        check(zero, zeros.data(), bytes / sizeof(T));
+        if (testing::Test::HasFailure()) return;
     }
-
-    T* to = target.place<T>(4, 0);
-    const auto* from = reinterpret_cast<const T*>(data.data());
-    const Bytes before(reinterpret_cast<std::uint8_t*>(to), reinterpret_cast<std::uint8_t*>(to + 4));
-    for (const int none : {0, -1, INT32_MIN}) {
-        EXPECT_EQ(NVO_DFT_ERR_NULL, copy(nullptr, to, none));
-        EXPECT_EQ(NVO_DFT_ERR_NULL, copy(from, nullptr, none));
-        EXPECT_EQ(NVO_DFT_ERR_NULL, set(value, nullptr, none));
-        EXPECT_EQ(NVO_DFT_ERR_NULL, zero(nullptr, none));
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, copy(from, to, none));
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, set(value, to, none));
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, zero(to, none));
-    }
-    EXPECT_TRUE(target.holds(before.data()));
+    EXPECT_EQ(NVO_DFT_ERR_NULL, copy(nullptr, target.place<T>(4, 0), 0));
 }
 
 TEST(CopySetZero, OfEveryType) {
@@ -148,33 +143,32 @@ TEST(CopySetZero, OfEveryType) {
     NVO_DFT_TYPES(CHECK_TYPE)
 }
 
-template <class T> void check_set_worker(T* (*set)(T, T*, int), T* (*by_address)(const T*, T*, int)) {
-    const T value = sample<T>();
-    const std::vector<T> values(100, value);
+// worker(to, n) of a type, which fills with these bytes.
+template <class T> void check_worker(auto worker, const void* expected) {
     Target target(100 * sizeof(T));
     for (const int n : {100, 9, 1, 0, -1}) {
         T* to = target.place<T>(std::max(n, 0), 3);
-        EXPECT_EQ(to, set(value, to, n));
-        EXPECT_TRUE(target.holds(values.data())) << n;
-        to = target.place<T>(std::max(n, 0), 3);
-        EXPECT_EQ(to, by_address(&value, to, n));
-        EXPECT_TRUE(target.holds(values.data())) << n;
+        EXPECT_EQ(to, worker(to, n));
+        EXPECT_TRUE(target.holds(expected)) << n;
     }
 }
 
 TEST(CopySetZero, WorkersGiveTheDestinationBack) {
-#define CHECK_WORKER(type, element) \
-    check_set_worker<element>(nvo_dft_def_ownsSet_##type, nvo_dft_def_ownsSet_##type##_M7);
-    NVO_DFT_SET_WORKERS(CHECK_WORKER)
     const Bytes data = random_bytes(100), zeros(100);
-    Target target(100);
-    for (const int n : {100, 9, 1, 0, -1}) {
-        std::uint8_t* to = target.place(std::max(n, 0), 3);
-        EXPECT_EQ(to, nvo_dft_def_ownsCopy_8u(data.data(), to, n));
-        EXPECT_TRUE(target.holds(data.data())) << n;
-        EXPECT_EQ(to, nvo_dft_def_ownsZero_8u(to, n));
-        EXPECT_TRUE(target.holds(zeros.data())) << n;
+    check_worker<std::uint8_t>([&](auto* to, int n) { return nvo_dft_def_ownsCopy_8u(data.data(), to, n); },
+                               data.data());
+    check_worker<std::uint8_t>(nvo_dft_def_ownsZero_8u, zeros.data());
+#define CHECK_WORKER(type, element)                                                                             \
+    {                                                                                                           \
+        const std::vector<element> values(100, sample<element>());                                              \
+        const auto by_value = [&](element* to, int n) { return nvo_dft_def_ownsSet_##type(values[0], to, n); }; \
+        const auto by_address = [&](element* to, int n) {                                                       \
+            return nvo_dft_def_ownsSet_##type##_M7(&values[0], to, n);                                          \
+        };                                                                                                      \
+        check_worker<element>(by_value, values.data());                                                         \
+        check_worker<element>(by_address, values.data());                                                       \
     }
+    NVO_DFT_SET_WORKERS(CHECK_WORKER)
 }
 
 TEST(CopySetZero, LargeBlocks) {
@@ -193,39 +187,28 @@ TEST(CopySetZero, LargeBlocks) {
 
 // ---- Workers -------------------------------------------------------------------------------------------------------
 
-TEST(CacheGates, OfCopy) {
-    OwnCache::bytes = 2 * MiB;
-    EXPECT_EQ(0, questions_of([] { EXPECT_FALSE(is_copy_streamed<OwnCache>(0x7FFFF)); }));
-    EXPECT_EQ(1, questions_of([] { EXPECT_FALSE(is_copy_streamed<OwnCache>(0x80000)); }));
-    EXPECT_FALSE(is_copy_streamed<OwnCache>(1 * MiB - 1));
-    EXPECT_TRUE(is_copy_streamed<OwnCache>(1 * MiB));
-    OwnCache::bytes = 512 * KiB;
-    EXPECT_FALSE(is_copy_streamed<OwnCache>(0x7FFFF));
-    EXPECT_TRUE(is_copy_streamed<OwnCache>(0x80000));
-    OwnCache::bytes = unknown_cache;
-    EXPECT_FALSE(is_copy_streamed<OwnCache>(100 * MiB));
+// Up to `gate` elements the cache isn't asked for; from `first` on they go past one of so many bytes.
+void check_gates(bool (*is_streamed)(std::size_t), std::int64_t cache, std::size_t gate, std::size_t first) {
+    const auto expect = [=](std::int64_t bytes, std::size_t elements, int questions, bool streamed) {
+        OwnCache::bytes = bytes;
+        EXPECT_EQ(questions, questions_of([=] { EXPECT_EQ(streamed, is_streamed(elements)); })) << elements;
+    };
+    expect(cache, gate, 0, false);
+    expect(cache, gate + 1, 1, false);
+    expect(cache, first - 1, 1, false);
+    expect(cache, first, 1, true);
+    expect(512 * KiB, gate, 0, false);
+    expect(512 * KiB, gate + 1, 1, true);
+    expect(unknown_cache, 100 * MiB, 1, false);
 }
 
-// `first`: how many elements go past a cache of 4 MiB.
-template <std::size_t width> void check_fill_gates(std::size_t gate, std::size_t first) {
-    OwnCache::bytes = 4 * MiB;
-    EXPECT_EQ(0, questions_of([=] { EXPECT_FALSE((is_fill_streamed<width, OwnCache>(gate))); }));
-    EXPECT_EQ(1, questions_of([=] { EXPECT_FALSE((is_fill_streamed<width, OwnCache>(gate + 1))); }));
-    EXPECT_FALSE((is_fill_streamed<width, OwnCache>(first - 1))) << width;
-    EXPECT_TRUE((is_fill_streamed<width, OwnCache>(first))) << width;
-    OwnCache::bytes = 512 * KiB;
-    EXPECT_FALSE((is_fill_streamed<width, OwnCache>(gate))) << width;
-    EXPECT_TRUE((is_fill_streamed<width, OwnCache>(gate + 1))) << width;
-    OwnCache::bytes = unknown_cache;
-    EXPECT_FALSE((is_fill_streamed<width, OwnCache>(100 * MiB))) << width;
-}
-
-TEST(CacheGates, OfSetAndZero) {
-    check_fill_gates<1>(0x80000, 0x400000);
-    check_fill_gates<2>(0x80000, 0x200001);
-    check_fill_gates<4>(0x40000, 0x100001);
-    check_fill_gates<8>(0x20000, 0x80001);
-    check_fill_gates<16>(0x10000, 0x40001);
+TEST(CacheGates, OfCopySetAndZero) {
+    check_gates(is_copy_streamed<OwnCache>, 2 * MiB, 0x7FFFF, 0x100000);
+    check_gates(is_fill_streamed<1, OwnCache>, 4 * MiB, 0x80000, 0x400000);
+    check_gates(is_fill_streamed<2, OwnCache>, 4 * MiB, 0x80000, 0x200001);
+    check_gates(is_fill_streamed<4, OwnCache>, 4 * MiB, 0x40000, 0x100001);
+    check_gates(is_fill_streamed<8, OwnCache>, 4 * MiB, 0x20000, 0x80001);
+    check_gates(is_fill_streamed<16, OwnCache>, 4 * MiB, 0x10000, 0x40001);
 }
 
 // Bytes in front of the first boundary, which the gates don't count.

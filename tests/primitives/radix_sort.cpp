@@ -93,16 +93,12 @@ void check_index(IndexSort<T> sort, const std::vector<T>& keys, const std::vecto
     ASSERT_TRUE(std::equal(before.begin(), before.end(), records.data())) << n << ", stride " << stride;
 }
 
-std::vector<std::size_t> lengths() {
-    std::vector<std::size_t> all(70);
-    std::iota(all.begin(), all.end(), 1);
-    all.insert(all.end(), {127, 255, 256, 257, 1000, 1023, 2047, 2049, 4999, 5000});
-    return all;
-}
-
 // body(keys, positions when ascending, when descending) for many arrays.
 template <class T, class Body> void for_many_arrays(Body body) {
-    for (const std::size_t n : lengths()) {
+    std::vector<std::size_t> lengths(70);
+    std::iota(lengths.begin(), lengths.end(), 1);
+    lengths.insert(lengths.end(), {127, 255, 256, 257, 1000, 1023, 2047, 2049, 4999, 5000});
+    for (const std::size_t n : lengths) {
         for (const std::size_t distinct : {std::size_t{1}, std::size_t{20}, n + 20}) {
             const std::vector<T> keys = random_keys<T>(n, distinct);
             body(keys, sorted_positions(keys, true), sorted_positions(keys, false));
@@ -155,38 +151,33 @@ TEST(RadixSort, TakesStridesWhoseSumNeedsMoreThan32Bits) {
     munmap(memory, bytes);
 }
 
-TEST(RadixSort, RefusesNullPointersFirstAndThenLengthsAndStrides) {
-#define REFUSES(order, type, element)                                    \
-    {                                                                    \
-        SCOPED_TRACE(#order #type);                                      \
-        const auto sort = nvo_dft_def_tyrsSortRadix##order##_##type##_I; \
-        element keys[] = {2, 1}, buffer[2] = {};                         \
-        EXPECT_EQ(NVO_DFT_ERR_NULL, sort(nullptr, buffer, 0));           \
-        EXPECT_EQ(NVO_DFT_ERR_NULL, sort(keys, nullptr, 0));             \
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, buffer, 0));            \
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, buffer, -1));           \
-        EXPECT_TRUE(keys[0] == 2 && keys[1] == 1);                       \
-    }
-#define REFUSES_KEYS(type, element) REFUSES(Ascend, type, element) REFUSES(Descend, type, element)
-    NVO_DFT_SORTED_TYPES(REFUSES_KEYS)
+template <class T> void check_refusals(Sort<T> sort) {
+    T keys[] = {2, 1}, buffer[2] = {};
+    EXPECT_EQ(NVO_DFT_ERR_NULL, sort(nullptr, buffer, 0));
+    EXPECT_EQ(NVO_DFT_ERR_NULL, sort(keys, nullptr, 0));
+    for (const int n : {0, -1}) EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, buffer, n));
+    EXPECT_TRUE(keys[0] == 2 && keys[1] == 1);
+}
+template <class T> void check_refusals(IndexSort<T> sort) {
+    const T keys[] = {2, 1};
+    constexpr int width = sizeof(T);
+    std::uint32_t index[] = {7, 7}, other[2] = {};
+    EXPECT_EQ(NVO_DFT_ERR_NULL, sort(nullptr, width, index, other, 0));
+    EXPECT_EQ(NVO_DFT_ERR_NULL, sort(keys, width, nullptr, other, 0));
+    EXPECT_EQ(NVO_DFT_ERR_NULL, sort(keys, 0, index, nullptr, 2));
+    for (const int n : {0, -1}) EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, width, index, other, n));
+    for (const int stride : {width - 1, -width}) EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, stride, index, other, 2));
+    EXPECT_TRUE(index[0] == 7 && index[1] == 7);
+}
 
-#define REFUSES_ORDER(order, type, element)                                    \
-    {                                                                          \
-        SCOPED_TRACE(#order #type);                                            \
-        const auto sort = nvo_dft_def_tyrsSortRadixIndex##order##_##type;      \
-        const element keys[] = {2, 1};                                         \
-        constexpr int width = sizeof(element);                                 \
-        std::uint32_t index[] = {7, 7}, other[2] = {};                         \
-        EXPECT_EQ(NVO_DFT_ERR_NULL, sort(nullptr, width, index, other, 0));    \
-        EXPECT_EQ(NVO_DFT_ERR_NULL, sort(keys, width, nullptr, other, 0));     \
-        EXPECT_EQ(NVO_DFT_ERR_NULL, sort(keys, 0, index, nullptr, 2));         \
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, width, index, other, 0));     \
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, width, index, other, -1));    \
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, width - 1, index, other, 2)); \
-        EXPECT_EQ(NVO_DFT_ERR_LENGTH, sort(keys, -width, index, other, 2));    \
-        EXPECT_TRUE(index[0] == 7 && index[1] == 7);                           \
-    }
-#define REFUSES_INDEX(type, element) REFUSES_ORDER(Ascend, type, element) REFUSES_ORDER(Descend, type, element)
+TEST(RadixSort, RefusesNullPointersFirstAndThenLengthsAndStrides) {
+#define REFUSES_KEYS(type, element)                                      \
+    check_refusals<element>(nvo_dft_def_tyrsSortRadixAscend_##type##_I); \
+    check_refusals<element>(nvo_dft_def_tyrsSortRadixDescend_##type##_I);
+    NVO_DFT_SORTED_TYPES(REFUSES_KEYS)
+#define REFUSES_INDEX(type, element)                                      \
+    check_refusals<element>(nvo_dft_def_tyrsSortRadixIndexAscend_##type); \
+    check_refusals<element>(nvo_dft_def_tyrsSortRadixIndexDescend_##type);
     NVO_DFT_INDEX_SORTED_TYPES(REFUSES_INDEX)
 }
 
