@@ -27,24 +27,20 @@ Bytes random_bytes(std::size_t n) {
     return bytes;
 }
 
-// Where a function may write: up to a guard page, or `gap` bytes short of it. What lies around is seen to stay.
+// Memory in front of a guard page.
 class Target {
 public:
     explicit Target(std::size_t room) : memory_(margin + room + alignments) {}
 
-    std::uint8_t* place(std::size_t bytes, std::size_t gap) {
-        std::fill(memory_.data() + memory_.size() - gap - bytes - margin, memory_.data() + memory_.size(), untouched);
-        bytes_ = bytes;
-        return at_ = memory_.data() + memory_.size() - gap - bytes;
-    }
-    template <class T> T* place(std::size_t elements, std::size_t gap) {
-        return reinterpret_cast<T*>(place(elements * sizeof(T), gap));
-    }
-    // Whether the bytes there are these, and the others as they were.
-    bool holds(const void* expected) const {
+    // Whether function(to) puts these elements there, `gap` bytes short of the page, and nothing around them.
+    template <class T> bool takes(const T* expected, std::size_t elements, std::size_t gap, auto function) {
+        const std::size_t bytes = elements * sizeof(T);
+        std::uint8_t *const end = memory_.data() + memory_.size(), *const to = end - gap - bytes;
+        std::fill(to - margin, end, untouched);
+        function(reinterpret_cast<T*>(to));
         const auto is_untouched = [](std::uint8_t byte) { return byte == untouched; };
-        return std::memcmp(at_, expected, bytes_) == 0 && std::all_of(at_ - margin, at_, is_untouched) &&
-               std::all_of(at_ + bytes_, memory_.data() + memory_.size(), is_untouched);
+        return std::memcmp(to, expected, bytes) == 0 && std::all_of(to - margin, to, is_untouched) &&
+               std::all_of(to + bytes, end, is_untouched);
     }
 
 private:
@@ -52,8 +48,6 @@ private:
     static constexpr std::uint8_t untouched = 0xCA;
 
     GuardedArray<std::uint8_t> memory_;
-    std::uint8_t* at_ = nullptr;
-    std::size_t bytes_ = 0;
 };
 
 // A cache of this many bytes, and how often it was asked for.
@@ -86,52 +80,45 @@ TEST(Copy, CopiesAllLengthsAndAlignmentsAndNoMore) {
     const Bytes data = random_bytes(most);
     GuardedArray<std::uint8_t> source(most + alignments);
     Target target(most);
-    for (std::size_t n = 1; n <= most; ++n) {
+    for (std::size_t n = 1; n <= most; ++n)
         for (std::size_t end = 0; end < alignments; ++end) {
             std::uint8_t* from = source.data() + source.size() - end - n;
             std::copy_n(data.data(), n, from);
-            for (std::size_t gap = 0; gap < alignments; ++gap) {
-                std::uint8_t* to = target.place(n, gap);
-                ASSERT_EQ(NVO_DFT_OK, nvo_dft_def_tyrsCopy_8u(from, to, static_cast<int>(n)));
-                ASSERT_TRUE(target.holds(data.data())) << n << ' ' << end << ' ' << gap;
-            }
+            const auto copy = [=](auto* to) { nvo_dft_def_tyrsCopy_8u(from, to, static_cast<int>(n)); };
+            for (std::size_t gap = 0; gap < alignments; ++gap)
+                ASSERT_TRUE(target.takes(from, n, gap, copy)) << n << ' ' << end << ' ' << gap;
         }
+}
+
+// function(to, n), which writes these elements: lengths on both sides of what a gate may be, at every alignment, odd
+// ones as well.
+template <class T> void check_function(const std::vector<T>& elements, auto function) {
+    Target target(elements.size() * sizeof(T));
+    std::vector<std::size_t> lengths = {2000, 2047, 2048, 2063, 2064, 2065, 2079, 2080, 2100, 4096, 4160};
+    for (std::size_t bytes = sizeof(T); bytes <= 150; ++bytes) lengths.push_back(bytes);
+    for (const std::size_t bytes : lengths)
+        for (std::size_t gap = 0; gap < alignments; ++gap) {
+            const std::size_t n = bytes / sizeof(T);
+            const auto write = [=](T* to) { EXPECT_EQ(NVO_DFT_OK, function(to, static_cast<int>(n))); };
+            ASSERT_TRUE(target.takes(elements.data(), n, gap, write)) << n << ' ' << gap;
+        }
+    for (const int none : {0, -1, INT32_MIN}) {
+        EXPECT_EQ(NVO_DFT_ERR_NULL, function(nullptr, none));
+        const auto refuse = [=](T* to) { EXPECT_EQ(NVO_DFT_ERR_LENGTH, function(to, none)); };
+        EXPECT_TRUE(target.takes(elements.data(), 0, 0, refuse));
     }
 }
 
-// Of one type: lengths on both sides of what a gate may be, at every alignment, odd ones as well.
 template <class T> void check_type(auto copy, auto set, auto zero) {
-    constexpr std::size_t most = 4200;
-    const Bytes data = random_bytes(most), zeros(most);
+    constexpr std::size_t most = 4200 / sizeof(T);
+    const Bytes bytes = random_bytes(4200);
+    std::vector<T> data(most), zeros(most);
+    std::memcpy(data.data(), bytes.data(), most * sizeof(T));
     const T value = sample<T>();
-    const std::vector<T> values(most / sizeof value, value);
-    const auto* from = reinterpret_cast<const T*>(data.data());
-    Target target(most);
-    const auto copy_data = [=](T* to, int n) { return copy(from, to, n); };
-    const auto set_value = [=](T* to, int n) { return set(value, to, n); };
-    const auto check = [&](auto function, const void* expected, std::size_t n) {
-        for (std::size_t gap = 0; gap < alignments; ++gap) {
-            T* to = target.place<T>(n, gap);
-            ASSERT_EQ(NVO_DFT_OK, function(to, static_cast<int>(n)));
-            ASSERT_TRUE(target.holds(expected)) << n << ' ' << gap;
-        }
-        T* to = target.place<T>(4, 0);
-        const Bytes before(reinterpret_cast<std::uint8_t*>(to), reinterpret_cast<std::uint8_t*>(to + 4));
-        for (const int none : {0, -1, INT32_MIN}) {
-            EXPECT_EQ(NVO_DFT_ERR_NULL, function(nullptr, none));
-            EXPECT_EQ(NVO_DFT_ERR_LENGTH, function(to, none));
-        }
-        EXPECT_TRUE(target.holds(before.data()));
-    };
-    std::vector<std::size_t> lengths = {2000, 2047, 2048, 2063, 2064, 2065, 2079, 2080, 2100, 4096, 4160};
-    for (std::size_t bytes = sizeof(T); bytes <= 150; ++bytes) lengths.push_back(bytes);
-    for (const std::size_t bytes : lengths) {
-        check(copy_data, data.data(), bytes / sizeof(T));
-        check(set_value, values.data(), bytes / sizeof(T));
-        check(zero, zeros.data(), bytes / sizeof(T));
-        if (testing::Test::HasFailure()) return;
-    }
-    EXPECT_EQ(NVO_DFT_ERR_NULL, copy(nullptr, target.place<T>(4, 0), 0));
+    check_function(data, [&](T* to, int n) { return copy(data.data(), to, n); });
+    check_function(std::vector<T>(most, value), [&](T* to, int n) { return set(value, to, n); });
+    check_function(zeros, zero);
+    EXPECT_EQ(NVO_DFT_ERR_NULL, copy(nullptr, zeros.data(), 0));
 }
 
 TEST(CopySetZero, OfEveryType) {
@@ -143,30 +130,25 @@ TEST(CopySetZero, OfEveryType) {
     NVO_DFT_TYPES(CHECK_TYPE)
 }
 
-// worker(to, n) of a type, which fills with these bytes.
-template <class T> void check_worker(auto worker, const void* expected) {
-    Target target(100 * sizeof(T));
+// worker(to, n), which writes these elements.
+template <class T> void check_worker(const std::vector<T>& elements, auto worker) {
+    Target target(elements.size() * sizeof(T));
     for (const int n : {100, 9, 1, 0, -1}) {
-        T* to = target.place<T>(std::max(n, 0), 3);
-        EXPECT_EQ(to, worker(to, n));
-        EXPECT_TRUE(target.holds(expected)) << n;
+        const auto write = [=](T* to) { EXPECT_EQ(to, worker(to, n)); };
+        EXPECT_TRUE(target.takes(elements.data(), std::max(n, 0), 3, write)) << n;
     }
 }
 
 TEST(CopySetZero, WorkersGiveTheDestinationBack) {
-    const Bytes data = random_bytes(100), zeros(100);
-    check_worker<std::uint8_t>([&](auto* to, int n) { return nvo_dft_def_ownsCopy_8u(data.data(), to, n); },
-                               data.data());
-    check_worker<std::uint8_t>(nvo_dft_def_ownsZero_8u, zeros.data());
-#define CHECK_WORKER(type, element)                                                                             \
-    {                                                                                                           \
-        const std::vector<element> values(100, sample<element>());                                              \
-        const auto by_value = [&](element* to, int n) { return nvo_dft_def_ownsSet_##type(values[0], to, n); }; \
-        const auto by_address = [&](element* to, int n) {                                                       \
-            return nvo_dft_def_ownsSet_##type##_M7(&values[0], to, n);                                          \
-        };                                                                                                      \
-        check_worker<element>(by_value, values.data());                                                         \
-        check_worker<element>(by_address, values.data());                                                       \
+    const Bytes data = random_bytes(100);
+    check_worker(data, [&](auto* to, int n) { return nvo_dft_def_ownsCopy_8u(data.data(), to, n); });
+    check_worker(Bytes(100), nvo_dft_def_ownsZero_8u);
+#define CHECK_WORKER(type, element)                                                                            \
+    {                                                                                                          \
+        const element value = sample<element>();                                                               \
+        const std::vector<element> values(100, value);                                                         \
+        check_worker(values, [=](auto* to, int n) { return nvo_dft_def_ownsSet_##type(value, to, n); });       \
+        check_worker(values, [&](auto* to, int n) { return nvo_dft_def_ownsSet_##type##_M7(&value, to, n); }); \
     }
     NVO_DFT_SET_WORKERS(CHECK_WORKER)
 }
@@ -176,12 +158,9 @@ TEST(CopySetZero, LargeBlocks) {
     const Bytes data = random_bytes(n), sevens(n, 7), zeros(n);
     Target target(n);
     for (const std::size_t gap : {0, 5, 11}) {
-        nvo_dft_def_tyrsCopy_8u(data.data(), target.place(n, gap), n);
-        EXPECT_TRUE(target.holds(data.data()));
-        nvo_dft_def_tyrsZero_8u(target.place(n, gap), n);
-        EXPECT_TRUE(target.holds(zeros.data()));
-        nvo_dft_def_tyrsSet_8u(7, target.place(n, gap), n);
-        EXPECT_TRUE(target.holds(sevens.data()));
+        EXPECT_TRUE(target.takes(data.data(), n, gap, [&](auto* to) { nvo_dft_def_tyrsCopy_8u(data.data(), to, n); }));
+        EXPECT_TRUE(target.takes(zeros.data(), n, gap, [](auto* to) { nvo_dft_def_tyrsZero_8u(to, n); }));
+        EXPECT_TRUE(target.takes(sevens.data(), n, gap, [](auto* to) { nvo_dft_def_tyrsSet_8u(7, to, n); }));
     }
 }
 
@@ -211,43 +190,35 @@ TEST(CacheGates, OfCopySetAndZero) {
     check_gates(is_fill_streamed<16, OwnCache>, 4 * MiB, 0x10000, 0x40001);
 }
 
-// Bytes in front of the first boundary, which the gates don't count.
-std::size_t step_of(const std::uint8_t* to) { return -reinterpret_cast<std::uintptr_t>(to) % 16; }
+// What goes past the cache, or doesn't. The gates don't count the bytes in front of the first boundary.
+template <class T> void check_large(const T* elements, std::size_t n, std::size_t gap, std::size_t gate, auto write) {
+    static Target target(MiB + 2048);
+    OwnCache::bytes = 512 * KiB;
+    const auto function = [=](T* to) {
+        const std::size_t step = -reinterpret_cast<std::uintptr_t>(to) % 16;
+        EXPECT_EQ((n * sizeof(T) - step) / sizeof(T) > gate ? 1 : 0, questions_of([=] { write(to); }));
+    };
+    EXPECT_TRUE(target.takes(elements, n, gap, function)) << sizeof(T) << ' ' << n << ' ' << gap;
+}
 
 // Every kind of chunk, and none.
 TEST(CacheGates, CopiesPastTheCacheAreRight) {
-    OwnCache::bytes = 512 * KiB;
-    constexpr std::size_t most = 0xC0011;
-    GuardedArray<std::uint8_t> source(most + 3);
+    GuardedArray<std::uint8_t> source(0xC0011 + 3);
     std::ranges::copy(random_bytes(source.size()), source.data());
-    Target target(most);
-    for (const std::size_t n : {0x7FFFF, 0x80000, 0x8000F, 0x80010, 0x80011, 0x80080, 0xBFFFF, 0xC0000, 0xC0011}) {
-        for (const std::size_t gap : {0, 1, 8, 15}) {
+    for (const std::size_t n : {0x7FFFF, 0x80000, 0x8000F, 0x80010, 0x80011, 0x80080, 0xBFFFF, 0xC0000, 0xC0011})
+        for (const std::size_t gap : {0, 1, 8, 15})
             for (const std::size_t end : {0, 3}) {
                 const std::uint8_t* from = source.data() + source.size() - end - n;
-                std::uint8_t* to = target.place(n, gap);
-                const int asked = questions_of([&] { copy<OwnCache>(from, to, n); });
-                EXPECT_EQ(n - step_of(to) >= 0x80000 ? 1 : 0, asked);
-                ASSERT_TRUE(target.holds(from)) << n << ' ' << gap << ' ' << end;
+                check_large(from, n, gap, 0x7FFFF, [=](void* to) { copy<OwnCache>(from, to, n); });
             }
-        }
-    }
 }
 
 template <class T> void check_large_fills() {
-    OwnCache::bytes = 512 * KiB;
-    constexpr std::size_t width = sizeof(T), gate = fill_gate<width>, most = gate + 70;
-    const T value = sample<T>();
-    const std::vector<T> values(most, value);
-    Target target(most * width);
-    for (const std::size_t n : {gate, gate + 1, gate + 2, gate + 15, gate + 17, most}) {
-        for (const std::size_t gap : {0, 1, 2, 4, 8, 9}) {
-            std::uint8_t* to = target.place(n * width, gap);
-            const int asked = questions_of([&] { fill<width, OwnCache>(&value, to, n); });
-            EXPECT_EQ((n * width - step_of(to)) / width > gate ? 1 : 0, asked);
-            ASSERT_TRUE(target.holds(values.data())) << width << ' ' << n << ' ' << gap;
-        }
-    }
+    constexpr std::size_t gate = fill_gate<sizeof(T)>, most = gate + 70;
+    const std::vector<T> values(most, sample<T>());
+    for (const std::size_t n : {gate, gate + 1, gate + 2, gate + 15, gate + 17, most})
+        for (const std::size_t gap : {0, 1, 2, 4, 8, 9})
+            check_large(values.data(), n, gap, gate, [&](void* to) { fill<sizeof(T), OwnCache>(&values[0], to, n); });
 }
 
 TEST(CacheGates, FillsPastTheCacheAreRight) {

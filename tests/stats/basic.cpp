@@ -53,12 +53,10 @@ TYPED_TEST(BasicTest, MatricesDontDependOnWhichOthersAreThere) {
         }
 }
 
-// NIST's data sets NumAcc1 to NumAcc4: a value at the centre, and so many pairs on both sides of it. Values like
-// 1000000.1 aren't doubles: the deviations of what is nearest to them differ from the certified ones in the tenth
-// digit, so that the results are held to those of the rounded values. The mean and the two-pass deviation have 14
-// digits. A one-pass deviation can have no more than the running mean leaves to it, for each of the data sets an
-// epsilon times mean / deviation: NumAcc3 and NumAcc4 come out with 10.7 and 9.6 digits (Welford's own form: 11.7 and
-// 11.9). The error of the Fast form is epsilon (mean / deviation)^2.
+// NIST's data sets NumAcc1 to NumAcc4: a value at the centre, and so many pairs on both sides of it; against the exact
+// results of the doubles that they round to, whose deviations differ from the certified ones in the tenth digit. A
+// one-pass deviation can have no more digits than the running mean leaves to it, epsilon times mean / deviation:
+// NumAcc3 and NumAcc4 come out with 10.7 and 9.6 digits. The error of the Fast form is epsilon (mean / deviation)^2.
 TEST(BasicNumAccTest, HasTheDigitsThatTheMethodAllows) {
     struct NumAcc {
         double centre, spread;

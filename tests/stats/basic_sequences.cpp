@@ -11,7 +11,7 @@ TYPED_TEST_SUITE(BasicSequenceTest, Reals);
 
 // Results of one variable, by order: those whose sequence of operations is settled.
 template <class R> struct Loop {
-    R raw[5] = {}, central_sum[5] = {}, weight = 0, squares = 0;
+    R raw[5] = {}, central_sum[5] = {}, cross = 0, weight = 0, squares = 0;
     int highest_central = 0;
 };
 
@@ -28,13 +28,17 @@ template <class R> Loop<R> fast_loop(const Sample<R>& s, std::int64_t j) {
     return r;
 }
 
-template <class R> Loop<R> one_pass_loop(const Sample<R>& s, std::int64_t j) {
+// With the cross-product of another variable, b: (c d) d_b with the means before the observation.
+template <class R> Loop<R> one_pass_loop(const Sample<R>& s, std::int64_t j, std::int64_t b = 0) {
     Loop<R> result{.highest_central = 2};
+    R mean_b = 0;
     for (std::int64_t i = 0; i < s.n; ++i) {
         if (result.weight == 0 && s.w(i) == 0) continue;
         const R w = s.w(i), x = s.x(i, j), next = result.weight + w, r = 1 / next, a = result.weight * r, c = a * w,
                 d = x - result.raw[1];
         result.central_sum[2] += d * d * c;
+        result.cross += c * d * (s.x(i, b) - mean_b);
+        mean_b = mean_b * a + s.x(i, b) * w * r;
         R power = 1;
         for (int k = 1; k <= 4; ++k) {
             power *= x;
@@ -102,30 +106,24 @@ TYPED_TEST(BasicSequenceTest, MomentsAreThoseOfTheLoops) {
         }
 }
 
-// One-pass cross-products: C(a, b) += (c d_a) d_b with the means before the observation.
 TYPED_TEST(BasicSequenceTest, OnePassCrossProductsAreThoseOfTheLoop) {
     using R = TypeParam;
     for (const Weighting weighting : weightings)
-        for (const std::size_t p : {1, 2, 4, 7, 9, 18, 33}) {
-            const Sample<R> s = make_sample<R>(static_cast<std::int64_t>(p), 290, weighting);
-            std::vector<R> mean_so_far(p), d(p), want(p * p);
-            R w_sum = 0;
-            for (std::int64_t i = 0; i < s.n; ++i) {
-                const R w = s.w(i), r = 1 / (w_sum + w), a = w_sum * r, c = a * w;
-                if (w_sum == 0 && w == 0) continue;
-                const R* const x = &s.values[static_cast<std::size_t>(i) * p];
-                for (std::size_t j = 0; j < p; ++j) d[j] = x[j] - mean_so_far[j];
-                for (std::size_t j = 0; j < p; ++j) {
-                    for (std::size_t b = j; b < p; ++b) want[j * p + b] = want[b * p + j] += c * d[j] * d[b];
-                    mean_so_far[j] = mean_so_far[j] * a + x[j] * w * r;
+        for (const std::int64_t p : {1, 2, 4, 7, 9, 18, 33}) {
+            const Sample<R> s = make_sample<R>(p, 290, weighting);
+            std::vector<R> means, want; // the lower triangle, packed
+            for (std::int64_t b = 0; b < p; ++b)
+                for (std::int64_t a = 0; a <= b; ++a) {
+                    const Loop<R> loop = one_pass_loop(s, a, b);
+                    want.push_back(loop.cross);
+                    if (a == b) means.push_back(loop.raw[1]);
                 }
-                w_sum += w;
-            }
+            want.resize(static_cast<std::size_t>(p * p), BasicTask<R>::mark);
             for (const bool rows : {true, false})
                 for (const std::uint64_t others : {std::uint64_t{0}, central_sum(2), raw(2), raw(4)}) {
-                    BasicTask<R> task(s, all_basic, {.rows = rows});
+                    BasicTask<R> task(s, all_basic, {.rows = rows, .storage = OST_STAT_MATRIX_LPACKED});
                     ASSERT_EQ(OST_STAT_OK, task.run(cross_product | others, one_pass));
-                    EXPECT_EQ(mean_so_far, task.results().at(mean));
+                    EXPECT_EQ(means, task.results().at(mean));
                     EXPECT_EQ(want, task.results().at(cross_product)) << p << " " << rows << " " << others;
                 }
         }
