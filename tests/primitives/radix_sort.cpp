@@ -68,74 +68,65 @@ template <class T> using Sort = std::int32_t (*)(T*, T*, std::int32_t);
 template <class T>
 using IndexSort = std::int32_t (*)(const T*, std::int32_t, std::uint32_t*, std::uint32_t*, std::int32_t);
 
-template <class T>
-void check_keys(Sort<T> sort, const std::vector<T>& keys, const std::vector<std::uint32_t>& positions) {
+template <class T> void check_keys(Sort<T> sort, const std::vector<T>& keys, bool ascending) {
     const std::size_t n = keys.size();
     GuardedArray<T> array(n), buffer(n);
     std::copy(keys.begin(), keys.end(), array.data());
     ASSERT_EQ(NVO_DFT_OK, sort(array.data(), buffer.data(), static_cast<int>(n)));
+    const std::vector<std::uint32_t> positions = sorted_positions(keys, ascending);
     for (std::size_t i = 0; i < n; ++i)
         ASSERT_EQ(0, std::memcmp(&keys[positions[i]], &array[i], sizeof(T))) << i << " of " << n;
 }
 
-template <class T>
-void check_index(IndexSort<T> sort, const std::vector<T>& keys, const std::vector<std::uint32_t>& positions,
-                 std::size_t stride) {
-    const std::size_t n = keys.size(), bytes = (n - 1) * stride + sizeof(T);
-    GuardedArray<unsigned char> records(bytes);
-    GuardedArray<std::uint32_t> index(n), other(n);
-    std::fill_n(records.data(), bytes, 0xCA);
-    for (std::size_t i = 0; i < n; ++i) std::memcpy(&records[i * stride], &keys[i], sizeof(T));
-    const std::vector<unsigned char> before(records.data(), records.data() + bytes);
-    ASSERT_EQ(NVO_DFT_OK, sort(reinterpret_cast<const T*>(records.data()), static_cast<int>(stride), index.data(),
-                               other.data(), static_cast<int>(n)));
-    ASSERT_TRUE(std::equal(positions.begin(), positions.end(), index.data())) << n << ", stride " << stride;
-    ASSERT_TRUE(std::equal(before.begin(), before.end(), records.data())) << n << ", stride " << stride;
-}
-
-// body(keys, positions when ascending, when descending) for many arrays.
-template <class T, class Body> void for_many_arrays(Body body) {
-    std::vector<std::size_t> lengths(70);
-    std::iota(lengths.begin(), lengths.end(), 1);
-    lengths.insert(lengths.end(), {127, 255, 256, 257, 1000, 1023, 2047, 2049, 4999, 5000});
-    for (const std::size_t n : lengths) {
-        for (const std::size_t distinct : {std::size_t{1}, std::size_t{20}, n + 20}) {
-            const std::vector<T> keys = random_keys<T>(n, distinct);
-            body(keys, sorted_positions(keys, true), sorted_positions(keys, false));
-        }
+template <class T> void check_index(IndexSort<T> sort, const std::vector<T>& keys, bool ascending) {
+    const std::vector<std::uint32_t> positions = sorted_positions(keys, ascending);
+    for (const std::size_t stride : {sizeof(T), sizeof(T) + 1, 3 * sizeof(T)}) {
+        const std::size_t n = keys.size(), bytes = (n - 1) * stride + sizeof(T);
+        GuardedArray<unsigned char> records(bytes);
+        GuardedArray<std::uint32_t> index(n), other(n);
+        std::fill_n(records.data(), bytes, 0xCA);
+        for (std::size_t i = 0; i < n; ++i) std::memcpy(&records[i * stride], &keys[i], sizeof(T));
+        const std::vector<unsigned char> before(records.data(), records.data() + bytes);
+        ASSERT_EQ(NVO_DFT_OK, sort(reinterpret_cast<const T*>(records.data()), static_cast<int>(stride), index.data(),
+                                   other.data(), static_cast<int>(n)));
+        ASSERT_TRUE(std::equal(positions.begin(), positions.end(), index.data())) << n << ", stride " << stride;
+        ASSERT_TRUE(std::equal(before.begin(), before.end(), records.data())) << n << ", stride " << stride;
     }
 }
 
+// check(sort, keys, whether ascending) of two sorts and many arrays.
+template <class T, class Sort> void check_many_arrays(auto check, Sort ascending, Sort descending) {
+    std::vector<std::size_t> lengths(70);
+    std::iota(lengths.begin(), lengths.end(), 1);
+    lengths.insert(lengths.end(), {127, 255, 256, 257, 1000, 1023, 2047, 2049, 4999, 5000});
+    for (const std::size_t n : lengths)
+        for (const std::size_t distinct : {std::size_t{1}, std::size_t{20}, n + 20}) {
+            const std::vector<T> keys = random_keys<T>(n, distinct);
+            check(ascending, keys, true);
+            check(descending, keys, false);
+        }
+}
+
 TEST(RadixSort, OfKeysIsAStableSort) {
-#define CHECK_KEYS(type, element)                                                                  \
-    for_many_arrays<element>([](const auto& keys, const auto& ascending, const auto& descending) { \
-        SCOPED_TRACE(#type);                                                                       \
-        check_keys<element>(nvo_dft_def_tyrsSortRadixAscend_##type##_I, keys, ascending);          \
-        check_keys<element>(nvo_dft_def_tyrsSortRadixDescend_##type##_I, keys, descending);        \
-    });
+#define CHECK_KEYS(type, element)                                                               \
+    check_many_arrays<element>(check_keys<element>, nvo_dft_def_tyrsSortRadixAscend_##type##_I, \
+                               nvo_dft_def_tyrsSortRadixDescend_##type##_I);
     NVO_DFT_SORTED_TYPES(CHECK_KEYS)
 }
 
 TEST(RadixSort, OfPositionsIsAStableSort) {
-#define CHECK_INDEX(type, element)                                                                        \
-    for_many_arrays<element>([](const auto& keys, const auto& ascending, const auto& descending) {        \
-        SCOPED_TRACE(#type);                                                                              \
-        for (const std::size_t stride : {sizeof(element), sizeof(element) + 1, 3 * sizeof(element)}) {    \
-            check_index<element>(nvo_dft_def_tyrsSortRadixIndexAscend_##type, keys, ascending, stride);   \
-            check_index<element>(nvo_dft_def_tyrsSortRadixIndexDescend_##type, keys, descending, stride); \
-        }                                                                                                 \
-    });
+#define CHECK_INDEX(type, element)                                                                \
+    check_many_arrays<element>(check_index<element>, nvo_dft_def_tyrsSortRadixIndexAscend_##type, \
+                               nvo_dft_def_tyrsSortRadixIndexDescend_##type);
     NVO_DFT_INDEX_SORTED_TYPES(CHECK_INDEX)
 }
 
 TEST(RadixSort, OfAMillion) {
     const auto floats = random_keys<float>(1000000, 700000);
-    check_keys<float>(nvo_dft_def_tyrsSortRadixAscend_32f_I, floats, sorted_positions(floats, true));
-    check_index<float>(nvo_dft_def_tyrsSortRadixIndexDescend_32f, floats, sorted_positions(floats, false), 4);
-    const auto doubles = random_keys<double>(1000000, 700000);
-    check_keys<double>(nvo_dft_def_tyrsSortRadixDescend_64f_I, doubles, sorted_positions(doubles, false));
-    const auto shorts = random_keys<std::int16_t>(1000000, 50000);
-    check_keys<std::int16_t>(nvo_dft_def_tyrsSortRadixAscend_16s_I, shorts, sorted_positions(shorts, true));
+    check_keys<float>(nvo_dft_def_tyrsSortRadixAscend_32f_I, floats, true);
+    check_index<float>(nvo_dft_def_tyrsSortRadixIndexDescend_32f, floats, false);
+    check_keys<double>(nvo_dft_def_tyrsSortRadixDescend_64f_I, random_keys<double>(1000000, 700000), false);
+    check_keys<std::int16_t>(nvo_dft_def_tyrsSortRadixAscend_16s_I, random_keys<std::int16_t>(1000000, 50000), true);
 }
 
 TEST(RadixSort, TakesStridesWhoseSumNeedsMoreThan32Bits) {
