@@ -70,37 +70,26 @@ TYPED_TEST(Quicksort, RefusesARankThatIsNone) {
 TYPED_TEST(Quicksort, StaysInsideItsPagesWithNaNs) {
     using R = TypeParam;
     const GuardedArray<R> pages(2048);
-    const auto check = [](R* x, std::int64_t n) {
-        const std::vector<R> before(x, x + n);
-        const auto keeps_elements = [&] {
-            EXPECT_TRUE(same_bits(in_total_order(before), in_total_order(std::vector<R>(x, x + n))));
+    const auto check = [](R* x, const std::vector<R>& before) {
+        const auto n = static_cast<std::int64_t>(before.size());
+        const auto keeps_elements = [&](auto sort) {
             std::copy(before.begin(), before.end(), x);
+            sort();
+            ASSERT_TRUE(same_bits(in_total_order(before), in_total_order(std::vector<R>(x, x + n))));
         };
-        Family<R>::sort(n, x);
-        keeps_elements();
-        for (std::int64_t k = 0; k < n; k += 1 + n / 3) {
-            Family<R>::select(n, x, k);
-            keeps_elements();
-        }
-        nvo::stats::heap_sort(nvo::stats::Dense<R>{x}, 0, n - 1);
-        keeps_elements();
+        keeps_elements([=] { Family<R>::sort(n, x); });
+        for (std::int64_t k = 0; k < n; k += 1 + n / 3) keeps_elements([=] { Family<R>::select(n, x, k); });
+        keeps_elements([=] { nvo::stats::heap_sort(nvo::stats::Dense<R>{x}, 0, n - 1); });
     };
     constexpr R values[] = {0, 1, std::numeric_limits<R>::quiet_NaN()};
-    for (const int n : {3, 8, 9}) {
-        const int arrangements = static_cast<int>(std::pow(3, n));
-        for (R* const x : {pages.data(), pages.data() + pages.size() - n}) {
-            for (int code = 0; code < arrangements; ++code) {
-                for (int i = 0, rest = code; i < n; ++i, rest /= 3) x[i] = values[rest % 3];
-                check(x, n);
-                if (this->HasFailure()) return;
+    for (const std::size_t n : {3, 8, 9})
+        for (R* const x : {pages.data(), pages.data() + pages.size() - n})
+            for (int code = 0; code < std::pow(3, n) && !this->HasFailure(); ++code) {
+                std::vector<R> arrangement;
+                for (int rest = code; arrangement.size() < n; rest /= 3) arrangement.push_back(values[rest % 3]);
+                check(x, arrangement);
             }
-        }
-    }
-    for (unsigned seed = 0; seed < 20; ++seed) {
-        const std::vector<R> x = make_data<R>(Kind::special, pages.size(), seed);
-        std::copy(x.begin(), x.end(), pages.data());
-        check(pages.data(), static_cast<std::int64_t>(pages.size()));
-    }
+    for (unsigned seed = 0; seed < 20; ++seed) check(pages.data(), make_data<R>(Kind::special, pages.size(), seed));
 }
 
 // Keys that are made up while they are compared, so that each pivot turns out to be among the smallest, or the largest:
@@ -135,19 +124,14 @@ TEST(QuicksortAgainstAnAdversary, TurnsNeitherQuadraticNorDeep) {
     constexpr int n = 100000;
     std::vector<Adversary> x(n);
     const nvo::stats::Dense<Adversary> keys{x.data()};
-    for (const bool whole : {true, false}) {
+    for (const bool whole : {true, false})
         for (const bool largest : {true, false}) {
             for (int i = 0; i < n; ++i) x[static_cast<std::size_t>(i)].index = i;
             Adversary::start(n, largest);
-            if (whole) {
-                nvo::stats::quicksort(keys, n);
-                EXPECT_TRUE(std::is_sorted(x.begin(), x.end()));
-            } else {
-                nvo::stats::quickselect(keys, n, n / 2);
-            }
+            whole ? nvo::stats::quicksort(keys, n) : nvo::stats::quickselect(keys, n, n / 2);
             EXPECT_LT(Adversary::comparisons, 10L * n * 17);
+            EXPECT_TRUE(!whole || std::is_sorted(x.begin(), x.end()));
         }
-    }
 }
 
 } // namespace

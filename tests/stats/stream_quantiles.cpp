@@ -80,22 +80,20 @@ template <class R> void expect_bound(Stream<R>& stream, const std::vector<R>& so
 
 // All N, reported after each observation. The first stages have the least room below the bound.
 TYPED_TEST(StreamQuantiles, BoundHoldsFromTheFirstObservationOn) {
-    for (const double epsilon : {1.0, 0.9, 0.75, 0.6, 0.5, 0.4, 0.3, 0.2, 0.15, 0.1, 0.07, 0.03}) {
+    for (const double epsilon : {1.0, 0.9, 0.75, 0.6, 0.5, 0.4, 0.3, 0.2, 0.15, 0.1, 0.07, 0.03})
         for (const auto& x : all_data<TypeParam>(260)) {
             Stream<TypeParam> stream(epsilon, 1);
-            for (std::size_t n = 1; n <= x.size(); ++n) {
+            for (std::size_t n = 1; n <= x.size() && !this->HasFailure(); ++n) {
                 stream.add(&x[n - 1], 1);
                 stream.set_orders(static_cast<int>(n));
                 expect_bound(stream, in_total_order(std::vector(x.begin(), x.begin() + static_cast<long>(n))));
-                if (this->HasFatalFailure()) return;
             }
         }
-    }
 }
 
 // In portions of 1, 4, 13, ... observations.
 TYPED_TEST(StreamQuantiles, BoundHoldsForLongData) {
-    for (const double epsilon : {0.3, 0.05, 0.01, 1e-3, 1e-4}) {
+    for (const double epsilon : {0.3, 0.05, 0.01, 1e-3, 1e-4})
         for (const auto& x : all_data<TypeParam>(epsilon > 0.01 ? 100'000 : 300'000)) {
             Stream<TypeParam> stream(epsilon, 333);
             for (std::size_t done = 0, portion = 1; done < x.size(); done += portion, portion = portion * 3 + 1) {
@@ -103,9 +101,8 @@ TYPED_TEST(StreamQuantiles, BoundHoldsForLongData) {
                 stream.add(&x[done], static_cast<std::int64_t>(portion));
             }
             expect_bound(stream, in_total_order(x));
-            if (this->HasFatalFailure()) return;
+            if (this->HasFailure()) return;
         }
-    }
 }
 
 // Stages keep the sizes that they were made with.

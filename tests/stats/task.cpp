@@ -130,12 +130,11 @@ TEST(StatisticsTask, DeletionFreesWhatItOwns) {
     const long live = nvo_core_testing_live_blocks();
     OstSSTask* task = nullptr;
     ASSERT_EQ(OST_STAT_OK, __ostsSSNewTask(&task, &one, nullptr, nullptr, nullptr, nullptr, nullptr, 0));
-    auto& record = *reinterpret_cast<stats::TaskRecord<float>*>(task);
+    auto& record = *reinterpret_cast<Record*>(task);
     EXPECT_EQ(0, record.precision);
     EXPECT_EQ(2, record.task_kind);
     record.saved_mean = nvo_serv_allocate(4, 128);
-    static int calls;
-    calls = 0;
+    static int calls = 0;
     record.cleanup = [](OstSSTask*) { return ++calls; };
     record.cleanup_count = 1;
     EXPECT_EQ(OST_STAT_OK, __ostSSDeleteTask(&task));
