@@ -5,7 +5,6 @@ namespace nvo::tests {
 namespace {
 
 template <class R> class BasicTest : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(BasicTest, Reals);
 
 template <class R, class I> void compare_with_model(const Sample<R>& sample, std::uint32_t method) {
@@ -32,24 +31,6 @@ TYPED_TEST(BasicTest, ResultsAreTheExactOnesWithinTheBoundsOfTheMethod) {
             for (const std::int64_t p : {1, 2, 3, 5, 10, 19})
                 compare_with_model<R, std::int32_t>(make_sample<R>(p, 12 + 3 * p, weighting), method);
             compare_with_model<R, std::int64_t>(make_sample<R>(7, 400, weighting, 100), method);
-        }
-}
-
-// Whichever of the matrices is worked on in place.
-TYPED_TEST(BasicTest, MatricesDontDependOnWhichOthersAreThere) {
-    using R = TypeParam;
-    const Sample<R> s = make_sample<R>(6, 50, Weighting::positive);
-    for (const std::uint32_t method : data_methods)
-        for (const std::int32_t storage : matrix_storages) {
-            BasicTask<R> all(s, all_basic, {.storage = storage});
-            ASSERT_EQ(OST_STAT_OK, all.means(means_of(s)).run(all_matrices, method));
-            for (const std::uint64_t some :
-                 {cov, cor, cross_product, cov | cor, cov | cross_product, cor | cross_product}) {
-                BasicTask<R> task(s, mean | some, {.storage = storage});
-                ASSERT_EQ(OST_STAT_OK, task.means(means_of(s)).run(some, method));
-                for (const auto& [estimate, elements] : task.results())
-                    EXPECT_EQ(all.results().at(estimate), elements) << estimate << " of " << some;
-            }
         }
 }
 

@@ -5,7 +5,6 @@ namespace nvo::tests {
 namespace {
 
 template <class R> class BasicPortionsTest : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(BasicPortionsTest, Reals);
 
 // What later calls go on from: the arrays that are there, by these methods.
@@ -23,9 +22,13 @@ constexpr Carried all_carried[] = {
     {all_moments, all_moments, two_pass, 2, 0, 60},
     {all_central_sums, all_raw | all_central_sums, fast | one_pass},
     {all_central_sums, mean | all_central_sums, two_pass},
+    // Whichever of the matrices is worked on in place.
     {cov, mean | cov},
     {cor, mean | cor},
     {cross_product, mean | cross_product},
+    {cov | cor, mean | cov | cor},
+    {cov | cross_product, mean | cov | cross_product},
+    {cor | cross_product, mean | cor | cross_product},
     // The means of raw sums are made anew in each call.
     {all_raw_sums, all_raw_sums, fast | one_pass},
     // Lower orders without arrays: the raw moments, which have to be there, stand in.

@@ -6,7 +6,6 @@ namespace nvo::tests {
 namespace {
 
 template <class R> class BasicSequenceTest : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(BasicSequenceTest, Reals);
 
 // Results of one variable, by order: those whose sequence of operations is settled.

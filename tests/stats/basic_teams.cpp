@@ -5,7 +5,6 @@ namespace nvo::tests {
 namespace {
 
 template <class R> class BasicOfThreads : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(BasicOfThreads, Reals);
 
 // The merge is run: there is work for 8192 products or values a thread.

@@ -7,7 +7,6 @@ namespace nvo::tests {
 namespace {
 
 template <class R> class DeviationsTest : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(DeviationsTest, Reals);
 
 template <class R> R median_of(std::vector<R> x) {

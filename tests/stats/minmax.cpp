@@ -6,7 +6,6 @@ namespace nvo::tests {
 namespace {
 
 template <class R> class MinmaxTest : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(MinmaxTest, Reals);
 
 template <class R, class I>

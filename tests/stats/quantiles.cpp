@@ -81,7 +81,6 @@ void check_random_requests(const std::vector<std::int64_t>& counts, const OstThr
 }
 
 template <class R> class Quantiles : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(Quantiles, Reals);
 
 TYPED_TEST(Quantiles, AreThoseOfSortedData) {

@@ -23,7 +23,6 @@ NVO_FAMILY(d, double)
 #undef NVO_FAMILY
 
 template <class R> class Quicksort : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(Quicksort, Reals);
 
 TYPED_TEST(Quicksort, SortsAllKindsOfData) {

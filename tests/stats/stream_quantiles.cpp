@@ -45,7 +45,6 @@ template <class R, class I = std::int32_t> struct Stream {
 };
 
 template <class R> class StreamQuantiles : public testing::Test {};
-using Reals = testing::Types<float, double>;
 TYPED_TEST_SUITE(StreamQuantiles, Reals);
 
 // ---- The bound ------------------------------------------------------------------------------------------------------
@@ -131,17 +130,10 @@ TYPED_TEST(StreamQuantiles, AreExactAtFirst) {
 
 constexpr int variables = 5, observations = 20'000;
 
-template <class R> std::vector<R> matrix() {
-    std::vector<R> x;
-    for (const auto& row : all_data<R>(observations)) x.insert(x.end(), row.begin(), row.end());
-    x.resize(std::size_t{variables} * observations);
-    return x;
-}
-
-// Quantiles of the matrix: added as a whole, or in random portions below `bound`, empty ones as well, and seen now and
-// then.
+// Quantiles of the first variables: added as a whole, or in random portions below `bound`, empty ones as well, and seen
+// now and then.
 template <class R, class I = std::int32_t>
-std::vector<R> quantiles_of(const std::vector<R>& x, I storage = rows, unsigned bound = 0,
+std::vector<R> quantiles_of(const std::vector<std::vector<R>>& x, I storage = rows, unsigned bound = 0,
                             const OstThreading* threading = nullptr, const I* indices = nullptr) {
     Stream<R, I> stream(0.01, 20, variables, storage, indices);
     std::mt19937 random(bound);
@@ -150,15 +142,15 @@ std::vector<R> quantiles_of(const std::vector<R>& x, I storage = rows, unsigned 
         n = bound == 0 ? observations : std::min(static_cast<int>(random() % bound), observations - done);
         portion.resize(static_cast<std::size_t>(n * variables));
         for (int j = 0; j < variables; ++j)
-            for (int i = 0; i < n; ++i)
-                portion[storage == rows ? j * n + i : i * variables + j] = x[j * observations + done + i];
+            for (int i = 0; i < n; ++i) portion[storage == rows ? j * n + i : i * variables + j] = x[j][done + i];
         EXPECT_EQ(OST_STAT_OK, stream.call(portion.data(), n, random() % 100 == 0 ? and_report : add_only, threading));
     }
     return stream.report();
 }
 
 TYPED_TEST(StreamQuantiles, DoNotDependOnPortionsLayoutAndWidth) {
-    const std::vector<TypeParam> x = matrix<TypeParam>(), whole = quantiles_of(x);
+    const auto x = all_data<TypeParam>(observations);
+    const auto whole = quantiles_of(x);
     for (const unsigned bound : {3, 700, 9000})
         for (const auto storage : {rows, cols}) {
             EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int32_t>(x, storage, bound))) << bound;
@@ -167,7 +159,8 @@ TYPED_TEST(StreamQuantiles, DoNotDependOnPortionsLayoutAndWidth) {
 }
 
 TYPED_TEST(StreamQuantiles, OfSelectedVariablesComeOneBehindTheOther) {
-    const std::vector<TypeParam> x = matrix<TypeParam>(), whole = quantiles_of(x);
+    const auto x = all_data<TypeParam>(observations);
+    const auto whole = quantiles_of(x);
     const std::int64_t indices[variables] = {0, 7, 0, -1, 1};
     std::vector<TypeParam> expected;
     for (const int j : {1, 3, 4}) expected.insert(expected.end(), &whole[21 * j], &whole[21 * j] + 21);
@@ -176,7 +169,8 @@ TYPED_TEST(StreamQuantiles, OfSelectedVariablesComeOneBehindTheOther) {
 }
 
 TEST(StreamQuantilesOfThreads, AreTheSame) {
-    const std::vector<double> x = matrix<double>(), whole = quantiles_of(x);
+    const auto x = all_data<double>(observations);
+    const auto whole = quantiles_of(x);
     for (const int size : {1, 2, 3, 8}) {
         const Team team(size);
         for (const unsigned bound : {300, 5000, observations})

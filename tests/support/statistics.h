@@ -15,6 +15,8 @@
 
 namespace nvo::tests {
 
+using Reals = testing::Types<float, double>;
+
 template <class R> struct Stats;
 #define NVO_STATS(t, real)                                                   \
     template <> struct Stats<real> {                                         \
