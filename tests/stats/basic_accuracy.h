@@ -46,7 +46,7 @@ public:
         for (std::int64_t j = 0; j < s_.p; ++j) {
             raw_.push_back(powers(j, 0));
             const long double mean = raw_.back().sum[1] / weight;
-            centre_.push_back(method == two_pass ? means[static_cast<std::size_t>(j)] : mean);
+            centre_.push_back(method == two_pass ? means[j] : mean);
             central_.push_back(powers(j, centre_.back()));
         }
     }
@@ -96,12 +96,12 @@ private:
     }
 
     Near raw_of(int k, std::int64_t j) const {
-        const auto& [sum, size] = raw_[static_cast<std::size_t>(j)];
+        const auto& [sum, size] = raw_[j];
         return {sum[k] / weight, method_ == two_pass && k == 1 ? 0 : relative_ * size[k] / weight};
     }
     Near central_sum_of(int k, std::int64_t j) const {
-        const auto& [sum, size] = central_[static_cast<std::size_t>(j)];
-        if (method_ == fast) return {sum[k], 16 * relative_ * raw_[static_cast<std::size_t>(j)].size[k]};
+        const auto& [sum, size] = central_[j];
+        if (method_ == fast) return {sum[k], 16 * relative_ * raw_[j].size[k]};
         const long double of_mean = method_ == one_pass ? k * raw_of(1, j).error * size[k - 1] : 0;
         return {sum[k], relative_ * size[k] + of_mean};
     }
@@ -110,10 +110,9 @@ private:
     }
     // About given means, the products of the means are taken off as they are.
     Near product_of(std::int64_t a, std::int64_t b) const {
-        const auto i_a = static_cast<std::size_t>(a), i_b = static_cast<std::size_t>(b);
-        long double sum = -weight * centre_[i_a] * centre_[i_b];
+        long double sum = -weight * centre_[a] * centre_[b];
         for (std::int64_t i = 0; i < s_.n; ++i) sum += static_cast<long double>(s_.w(i)) * s_.x(i, a) * s_.x(i, b);
-        return {sum, 2 * relative_ * std::sqrt(raw_[i_a].sum[2] * raw_[i_b].sum[2])};
+        return {sum, 2 * relative_ * std::sqrt(raw_[a].sum[2] * raw_[b].sum[2])};
     }
 
     Sample<R> s_;

@@ -8,63 +8,41 @@ namespace {
 template <class R> class BasicSequenceTest : public testing::Test {};
 TYPED_TEST_SUITE(BasicSequenceTest, Reals);
 
-// Results of one variable, by order: those whose sequence of operations is settled.
+// Results of variable j by order, those whose sequence of operations is settled; in one pass with its cross-product
+// with variable b, where the means are those before the observation.
 template <class R> struct Loop {
     R raw[5] = {}, central_sum[5] = {}, cross = 0, weight = 0, squares = 0;
-    int highest_central = 0;
+    int highest_central;
+
+    Loop(std::uint32_t method, const Sample<R>& s, std::int64_t j, R given_mean, std::int64_t b = 0)
+        : highest_central(method == fast       ? 1
+                          : method == one_pass ? 2
+                                               : 4) {
+        R mean_b = 0;
+        for (std::int64_t i = 0; i < s.n; ++i) {
+            const R w = s.w(i), x = s.x(i, j), next = weight + w, r = 1 / next, kept = weight * r, c = kept * w,
+                    d = x - (method == one_pass ? raw[1] : given_mean);
+            if (w == 0 && (method == fast || (method == one_pass && weight == 0))) continue;
+            R term = w, x_to_k = 1, d_to_k = 1;
+            for (int k = 1; k <= 4; ++k) {
+                term *= x;
+                x_to_k *= x;
+                d_to_k *= d;
+                if (method == fast) raw[k] += term;
+                if (method == two_pass) raw[k] += w * x_to_k;
+                if (method == two_pass) central_sum[k] += w * d_to_k;
+                if (method == one_pass) raw[k] = raw[k] * kept + x_to_k * w * r;
+            }
+            if (method == one_pass) central_sum[2] += d * d * c;
+            cross += c * d * (s.x(i, b) - mean_b);
+            mean_b = mean_b * kept + s.x(i, b) * w * r;
+            squares += w * w;
+            weight = next;
+        }
+        for (int k = 1; method != one_pass && k <= 4; ++k) raw[k] /= weight;
+        if (method == two_pass) raw[1] = given_mean;
+    }
 };
-
-template <class R> Loop<R> fast_loop(const Sample<R>& s, std::int64_t j) {
-    Loop<R> r;
-    for (std::int64_t i = 0; i < s.n; ++i) {
-        if (s.w(i) == 0) continue;
-        R term = s.w(i);
-        for (int k = 1; k <= 4; ++k) r.raw[k] += term *= s.x(i, j);
-        r.weight += s.w(i);
-        r.squares += s.w(i) * s.w(i);
-    }
-    for (int k = 1; k <= 4; ++k) r.raw[k] /= r.weight;
-    return r;
-}
-
-// With the cross-product of another variable, b: (c d) d_b with the means before the observation.
-template <class R> Loop<R> one_pass_loop(const Sample<R>& s, std::int64_t j, std::int64_t b = 0) {
-    Loop<R> result{.highest_central = 2};
-    R mean_b = 0;
-    for (std::int64_t i = 0; i < s.n; ++i) {
-        if (result.weight == 0 && s.w(i) == 0) continue;
-        const R w = s.w(i), x = s.x(i, j), next = result.weight + w, r = 1 / next, a = result.weight * r, c = a * w,
-                d = x - result.raw[1];
-        result.central_sum[2] += d * d * c;
-        result.cross += c * d * (s.x(i, b) - mean_b);
-        mean_b = mean_b * a + s.x(i, b) * w * r;
-        R power = 1;
-        for (int k = 1; k <= 4; ++k) {
-            power *= x;
-            result.raw[k] = result.raw[k] * a + power * w * r;
-        }
-        result.squares += w * w;
-        result.weight = next;
-    }
-    return result;
-}
-
-template <class R> Loop<R> two_pass_loop(const Sample<R>& s, std::int64_t j, R mean) {
-    Loop<R> r{.highest_central = 4};
-    for (std::int64_t i = 0; i < s.n; ++i) {
-        const R w = s.w(i), x = s.x(i, j), d = x - mean;
-        R d_to_k = d, x_to_k = x;
-        for (int k = 2; k <= 4; ++k) {
-            r.central_sum[k] += w * (d_to_k *= d);
-            r.raw[k] += w * (x_to_k *= x);
-        }
-        r.weight += w;
-        r.squares += w * w;
-    }
-    for (int k = 2; k <= 4; ++k) r.raw[k] /= r.weight;
-    r.raw[1] = mean;
-    return r;
-}
 
 template <class R> void compare_with_loops(const Sample<R>& s, std::uint32_t method) {
     const std::vector<R> means = means_of(s);
@@ -75,9 +53,7 @@ template <class R> void compare_with_loops(const Sample<R>& s, std::uint32_t met
         SCOPED_TRACE(testing::Message() << "p " << s.p << " n " << s.n << " method " << method
                                         << (rows ? " rows" : " columns"));
         for (std::int64_t j = 0; j < s.p; ++j) {
-            const Loop<R> want = method == fast       ? fast_loop(s, j)
-                                 : method == one_pass ? one_pass_loop(s, j)
-                                                      : two_pass_loop(s, j, means[static_cast<std::size_t>(j)]);
+            const Loop<R> want(method, s, j, means[static_cast<std::size_t>(j)]);
             const R w = want.weight, squares = want.squares;
             EXPECT_EQ(w, task.weights_so_far[0]);
             EXPECT_EQ(squares, task.weights_so_far[1]);
@@ -113,7 +89,7 @@ TYPED_TEST(BasicSequenceTest, OnePassCrossProductsAreThoseOfTheLoop) {
             std::vector<R> means, want; // the lower triangle, packed
             for (std::int64_t b = 0; b < p; ++b)
                 for (std::int64_t a = 0; a <= b; ++a) {
-                    const Loop<R> loop = one_pass_loop(s, a, b);
+                    const Loop<R> loop(one_pass, s, a, 0, b);
                     want.push_back(loop.cross);
                     if (a == b) means.push_back(loop.raw[1]);
                 }
