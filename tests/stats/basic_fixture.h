@@ -72,8 +72,8 @@ template <class R> struct Sample {
     std::vector<R> values;  // [i * p + j]
     std::vector<R> weights; // none, or n
 
-    R x(std::int64_t i, std::int64_t j) const { return values[static_cast<std::size_t>(i * p + j)]; }
-    R w(std::int64_t i) const { return weights.empty() ? R{1} : weights[static_cast<std::size_t>(i)]; }
+    R x(std::int64_t i, std::int64_t j) const { return values[i * p + j]; }
+    R w(std::int64_t i) const { return weights.empty() ? R{1} : weights[i]; }
     std::vector<R> laid_out(bool rows) const {
         if (!rows) return values;
         std::vector<R> data;
@@ -133,12 +133,9 @@ public:
 
     BasicTask(const Sample<R>& sample, std::uint64_t estimates, Options options = {})
         : options_(std::move(options)), p_(sample.p), data_(sample.laid_out(options_.rows)), weights_(sample.weights),
-          task_(static_cast<I>(sample.p), static_cast<I>(sample.n),
-                options_.rows ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS, data_.data(),
-                weights_.empty() ? nullptr : weights_.data(),
-                options_.indices.empty() ? nullptr : options_.indices.data()) {
+          task_(sample.p, sample.n, options_.rows ? rows : cols, data_.data(), weights_, options_.indices) {
         for (std::int64_t j = 0; j < p_; ++j)
-            if (options_.indices.empty() || options_.indices[static_cast<std::size_t>(j)] != 0) selected_.push_back(j);
+            if (options_.indices.empty() || options_.indices[j] != 0) selected_.push_back(j);
         for (const auto& [estimate, code, storage_code] : arrays) {
             if ((estimates & estimate) == 0) continue;
             auto& elements = results_[estimate];

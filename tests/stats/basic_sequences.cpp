@@ -53,7 +53,7 @@ template <class R> void compare_with_loops(const Sample<R>& s, std::uint32_t met
         SCOPED_TRACE(testing::Message() << "p " << s.p << " n " << s.n << " method " << method
                                         << (rows ? " rows" : " columns"));
         for (std::int64_t j = 0; j < s.p; ++j) {
-            const Loop<R> want(method, s, j, means[static_cast<std::size_t>(j)]);
+            const Loop<R> want(method, s, j, means[j]);
             const R w = want.weight, squares = want.squares;
             EXPECT_EQ(w, task.weights_so_far[0]);
             EXPECT_EQ(squares, task.weights_so_far[1]);
@@ -124,8 +124,7 @@ TYPED_TEST(BasicSequenceTest, EstimatesDontDependOnWhatElseIsAskedFor) {
 
                 std::vector<std::int32_t> indices;
                 for (std::int64_t j = 0; j < s.p; ++j) indices.push_back(j % 5 != 0 && j != 7);
-                for (std::int64_t i = 0; i < s.n; ++i)
-                    s.values[static_cast<std::size_t>(i * s.p + 5)] = std::numeric_limits<R>::quiet_NaN();
+                for (std::int64_t i = 0; i < s.n; ++i) s.values[i * s.p + 5] = std::numeric_limits<R>::quiet_NaN();
                 BasicTask<R> some(s, all_moments, {.rows = rows, .indices = indices});
                 ASSERT_EQ(OST_STAT_OK, some.means(means).run(all_moments, method));
                 for (const auto& [estimate, elements] : some.results())

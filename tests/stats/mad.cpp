@@ -30,14 +30,13 @@ template <class R> long double mean_of(const std::vector<long double>& x, const 
 constexpr std::int64_t p = 5, n = 1003;
 constexpr std::uint64_t both = OST_STAT_EST_MEDIAN_AD | OST_STAT_EST_MEAN_AD;
 
-template <class R> void compare_with_model(bool rows, bool weighted, bool mean_is_given, int threads) {
-    SCOPED_TRACE(testing::Message() << rows << weighted << mean_is_given << ' ' << threads);
+template <class R> void compare_with_model(bool in_rows, bool weighted, bool mean_is_given, int threads) {
+    SCOPED_TRACE(testing::Message() << in_rows << weighted << mean_is_given << ' ' << threads);
     const auto x = make_data<R>(Kind::random, p * n), w = weighted ? make_data<R>(Kind::few, n) : std::vector<R>{};
-    const std::int64_t indices[p] = {1, 1, 0, 1, 1};
+    const std::vector<std::int64_t> indices = {1, 1, 0, 1, 1};
     std::vector<R> median(p, -1), mean_deviation(p, -1);
     const std::vector<R> means = {R(0), R(0.1), R(0.2), R(0.3), R(0.4)}; // some centre
-    StatsTask<R, std::int64_t> task(p, n, rows ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS, x.data(),
-                                    weighted ? w.data() : nullptr, indices);
+    StatsTask<R, std::int64_t> task(p, n, in_rows ? rows : cols, x.data(), w, indices);
     task.set(OST_STAT_PARAM_MEDIAN_ABS_DEVIATION, median.data())
         .set(OST_STAT_PARAM_MEAN_ABS_DEVIATION, mean_deviation.data());
     if (mean_is_given) task.set(OST_STAT_PARAM_MEAN, means.data());
@@ -46,7 +45,7 @@ template <class R> void compare_with_model(bool rows, bool weighted, bool mean_i
     ASSERT_EQ(OST_STAT_OK, Stats<R>::mad(task.get(), both, method, team.descriptor()));
 
     for (std::int64_t j = 0; j < p; ++j) {
-        const auto variable = variable_of(x, j, p, n, rows);
+        const auto variable = variable_of(x, j, p, n, in_rows);
         const bool taken = indices[j] != 0;
         EXPECT_EQ(taken ? median_of(deviations_from(median_of(variable), variable)) : R{-1}, median[j]);
         const std::vector<long double> wide(variable.begin(), variable.end());
@@ -57,10 +56,10 @@ template <class R> void compare_with_model(bool rows, bool weighted, bool mean_i
 }
 
 TYPED_TEST(DeviationsTest, AreThoseOfTheModel) {
-    for (const bool rows : {true, false})
+    for (const bool in_rows : {true, false})
         for (const bool weighted : {true, false})
             for (const bool mean_is_given : {true, false})
-                compare_with_model<TypeParam>(rows, weighted, mean_is_given, 1);
+                compare_with_model<TypeParam>(in_rows, weighted, mean_is_given, 1);
 }
 
 // Inner entries call the descriptor from inside bodies.

@@ -9,29 +9,29 @@ template <class R> class MinmaxTest : public testing::Test {};
 TYPED_TEST_SUITE(MinmaxTest, Reals);
 
 template <class R, class I>
-void compare_with_the_loop(I p, I n, bool rows, const std::vector<I>& indices, const std::vector<R>& values) {
+void compare_with_the_loop(I p, I n, bool in_rows, const std::vector<I>& indices, const std::vector<R>& values) {
     const GuardedArray<R> x(values.size()), low(static_cast<std::size_t>(p)), high(static_cast<std::size_t>(p));
     std::copy(values.begin(), values.end(), x.data());
     std::vector<R> expected_low, expected_high;
     for (I j = 0; j < p; ++j) { // start values take part; here and there none can be replaced
         R a = j % 5 == 4 ? std::numeric_limits<R>::quiet_NaN() : j % 5 == 3 ? R{0} : std::numeric_limits<R>::infinity();
         R b = j % 5 == 4 ? R{1000} : -a;
-        low[static_cast<std::size_t>(j)] = a;
-        high[static_cast<std::size_t>(j)] = b;
-        for (const R value : variable_of(values, j, p, n, rows)) {
-            if (!indices.empty() && indices[static_cast<std::size_t>(j)] == 0) break;
+        low[j] = a;
+        high[j] = b;
+        for (const R value : variable_of(values, j, p, n, in_rows)) {
+            if (!indices.empty() && indices[j] == 0) break;
             if (a > value) a = value;
             if (value > b) b = value;
         }
         expected_low.push_back(a);
         expected_high.push_back(b);
     }
-    StatsTask<R, I> task(p, n, rows ? OST_STAT_STORAGE_ROWS : OST_STAT_STORAGE_COLS, x.data(), nullptr,
-                         indices.empty() ? nullptr : indices.data());
+    StatsTask<R, I> task(p, n, in_rows ? rows : cols, x.data(), {}, indices);
     task.set(OST_STAT_PARAM_MINIMUM, low.data()).set(OST_STAT_PARAM_MAXIMUM, high.data());
     ASSERT_EQ(OST_STAT_OK, Stats<R>::minmax(task.get(), OST_STAT_EST_MIN | OST_STAT_EST_MAX, OST_STAT_METHOD_FAST));
-    EXPECT_TRUE(same_bits(expected_low, std::vector<R>(low.data(), low.data() + p))) << p << " " << n << " " << rows;
-    EXPECT_TRUE(same_bits(expected_high, std::vector<R>(high.data(), high.data() + p))) << p << " " << n << " " << rows;
+    EXPECT_TRUE(same_bits(expected_low, std::vector<R>(low.data(), low.data() + p))) << p << " " << n << " " << in_rows;
+    EXPECT_TRUE(same_bits(expected_high, std::vector<R>(high.data(), high.data() + p)))
+        << p << " " << n << " " << in_rows;
 }
 
 // Zeros of both signs among numbers of one sign are an extreme, too.

@@ -29,8 +29,7 @@ template <class R, class I = std::int32_t> struct Request {
     std::vector<R> quantiles = {}, sorted = {};
 
     std::int32_t operator()(const OstThreading* threading = nullptr) {
-        StatsTask<R, I> task(static_cast<I>(p), static_cast<I>(n), storage, x.data(), nullptr,
-                             selected.empty() ? nullptr : selected.data());
+        StatsTask<R, I> task(p, n, storage, x.data(), {}, selected);
         const I count = static_cast<I>(orders.size());
         quantiles.assign(static_cast<std::size_t>(p) * orders.size() + 1, -99);
         sorted.assign(x.size(), -99);
@@ -44,12 +43,12 @@ template <class R, class I = std::int32_t> struct Request {
         const bool rows = storage == OST_STAT_STORAGE_ROWS, sorted_rows = sorted_storage == OST_STAT_STORAGE_ROWS;
         const std::vector<R> untouched(static_cast<std::size_t>(n), -99);
         for (std::int64_t j = 0; j < p; ++j) {
-            const bool selects = selected.empty() || selected[static_cast<std::size_t>(j)] != 0;
+            const bool selects = selected.empty() || selected[j] != 0;
             const std::vector<R> model = in_total_order(variable_of(x, j, p, n, rows));
             ASSERT_TRUE(same_bits(selects && (estimates & of_ranks) ? model : untouched,
                                   variable_of(sorted, j, p, n, sorted_rows)));
             for (std::size_t o = 0; o < orders.size(); ++o) {
-                const R got = quantiles[static_cast<std::size_t>(j) * orders.size() + o];
+                const R got = quantiles[j * orders.size() + o];
                 const R want = selects && (estimates & of_orders) ? quantile_of(model, orders[o]) : R{-99};
                 ASSERT_TRUE(same_bits(want, got)) << j << ' ' << orders[o] << ": " << got << ", not " << want;
             }

@@ -125,7 +125,7 @@ TEST(QuicksortAgainstAnAdversary, TurnsNeitherQuadraticNorDeep) {
     const nvo::stats::Dense<Adversary> keys{x.data()};
     for (const bool whole : {true, false})
         for (const bool largest : {true, false}) {
-            for (int i = 0; i < n; ++i) x[static_cast<std::size_t>(i)].index = i;
+            for (int i = 0; i < n; ++i) x[i].index = i;
             Adversary::start(n, largest);
             whole ? nvo::stats::quicksort(keys, n) : nvo::stats::quickselect(keys, n, n / 2);
             EXPECT_LT(Adversary::comparisons, 10L * n * 17);

@@ -13,13 +13,12 @@ void check(std::int64_t p, std::int64_t n, I from, I to, bool in_place, bool som
     const std::vector<R> x = make_data<R>(Kind::special, static_cast<std::size_t>(p * n));
     std::vector<R> data = x, apart(x.size(), -99);
     std::vector<R>& out = in_place ? data : apart;
-    const std::vector<I> selected = {1, 0, -1, 7, 0};
-    StatsTask<R, I> task(static_cast<I>(p), static_cast<I>(n), from, data.data(), nullptr,
-                         some ? selected.data() : nullptr);
+    const std::vector<I> selected = some ? std::vector<I>{1, 0, -1, 7, 0} : std::vector<I>{};
+    StatsTask<R, I> task(p, n, from, data.data(), {}, selected);
     task.set(OST_STAT_PARAM_SORT_OUTPUT, out.data()).set(OST_STAT_PARAM_SORT_OUTPUT_STORAGE, &to);
     ASSERT_EQ(OST_STAT_OK, Stats<R>::sort(task.get(), 0, OST_STAT_METHOD_RADIX_SORT, threading));
     for (std::int64_t j = 0; j < p; ++j) {
-        const bool taken = !some || selected[static_cast<std::size_t>(j)] != 0;
+        const bool taken = !some || selected[j] != 0;
         const std::vector<R> before = variable_of(x, j, p, n, from == rows);
         ASSERT_TRUE(same_bits(taken ? in_total_order(before) : std::vector<R>(before.size(), -99),
                               variable_of(out, j, p, n, to == rows)));

@@ -20,8 +20,8 @@ template <class R, class I = std::int32_t> struct Stream {
     StatsTask<R, I> task;
 
     // Orders k/count.
-    Stream(double epsilon, int count, I p = 1, I storage = rows, const I* indices = nullptr)
-        : epsilon(static_cast<R>(epsilon)), task(p, 1, storage, &this->epsilon, nullptr, indices) {
+    Stream(double epsilon, int count, I p = 1, I storage = rows, const std::vector<I>& indices = {})
+        : epsilon(static_cast<R>(epsilon)), task(p, 1, storage, &this->epsilon, {}, indices) {
         set_orders(count, p);
         task.set(OST_STAT_PARAM_STREAM_PARAM_COUNT, &one).set(OST_STAT_PARAM_STREAM_PARAMS, &this->epsilon);
     }
@@ -134,7 +134,7 @@ constexpr int variables = 5, observations = 20'000;
 // now and then.
 template <class R, class I = std::int32_t>
 std::vector<R> quantiles_of(const std::vector<std::vector<R>>& x, I storage = rows, unsigned bound = 0,
-                            const OstThreading* threading = nullptr, const I* indices = nullptr) {
+                            const OstThreading* threading = nullptr, const std::vector<I>& indices = {}) {
     Stream<R, I> stream(0.01, 20, variables, storage, indices);
     std::mt19937 random(bound);
     std::vector<R> portion;
@@ -161,7 +161,7 @@ TYPED_TEST(StreamQuantiles, DoNotDependOnPortionsLayoutAndWidth) {
 TYPED_TEST(StreamQuantiles, OfSelectedVariablesComeOneBehindTheOther) {
     const auto x = all_data<TypeParam>(observations);
     const auto whole = quantiles_of(x);
-    const std::int64_t indices[variables] = {0, 7, 0, -1, 1};
+    const std::vector<std::int64_t> indices = {0, 7, 0, -1, 1};
     std::vector<TypeParam> expected;
     for (const int j : {1, 3, 4}) expected.insert(expected.end(), &whole[21 * j], &whole[21 * j] + 21);
     expected.resize(whole.size(), -99); // rows that nobody writes

@@ -43,6 +43,7 @@ template <class R, class I> void check_random_cases() {
         if (left_out < p) selected[left_out] = 0;
         constexpr int kinds[] = {0, 0, 1, 1, 1, 2, 4, 16};
         for (std::size_t i = 0; i < n; ++i) weights[i] = static_cast<R>(w[i] = weighted ? kinds[random() % 8] : 1);
+        if (!weighted) weights.clear();
         std::vector<double> want(p + 1, -99);
         const int q = random() % 3 == 0 ? 32 : static_cast<int>(random() % 65);
         for (std::size_t j = 0; j < p; ++j) {
@@ -55,8 +56,7 @@ template <class R, class I> void check_random_cases() {
             if (selected[j] != 0) want[j] = quantile_of_ranks(by_rank, q);
         }
         const R order = static_cast<R>(q) / 64;
-        StatsTask<R, I> task(static_cast<I>(p), static_cast<I>(n), in_rows ? rows : cols, x.data(),
-                             weighted ? weights.data() : nullptr, selected.data());
+        StatsTask<R, I> task(p, n, in_rows ? rows : cols, x.data(), weights, selected);
         task.set(OST_STAT_PARAM_QUANTILES, out.data()).set(OST_STAT_PARAM_QUANTILE_ORDERS, &order);
         ASSERT_EQ(OST_STAT_OK, Stats<R>::weighted_median(task.get(), 0, 0));
         ASSERT_EQ(want, std::vector<double>(out.begin(), out.end())) << testing::PrintToString(w) << ' ' << q;
@@ -70,7 +70,7 @@ TEST(WeightedMedian, IsThatOfAModelInIntegers) {
 
 template <class R> R median(const std::vector<R>& x, const std::vector<R>& w, R order) {
     R result = -99;
-    StatsTask<R> task(1, static_cast<std::int32_t>(x.size()), OST_STAT_STORAGE_ROWS, x.data(), w.data());
+    StatsTask<R> task(1, static_cast<std::int64_t>(x.size()), rows, x.data(), w);
     task.set(OST_STAT_PARAM_QUANTILES, &result).set(OST_STAT_PARAM_QUANTILE_ORDERS, &order);
     EXPECT_EQ(OST_STAT_OK, Stats<R>::weighted_median(task.get(), 0, 0));
     return result;

@@ -37,9 +37,11 @@ NVO_STATS(d, double)
 // A task with integers of type I: StatsTask<double, std::int64_t> task(p, n, storage, x).set(OST_STAT_PARAM_MEAN, m)
 template <class R, class I = std::int32_t> class StatsTask {
 public:
-    StatsTask(I p, I n, I storage, const R* x, const R* w = nullptr, const I* indices = nullptr)
-        : p_(p), n_(n), storage_(storage) {
-        if (Stats<R>::new_task(&task_, &p_, &n_, &storage_, x, w, indices, sizeof(I) == 8) != OST_STAT_OK)
+    StatsTask(std::int64_t p, std::int64_t n, I storage, const R* x, const std::vector<R>& w = {},
+              const std::vector<I>& indices = {})
+        : p_(static_cast<I>(p)), n_(static_cast<I>(n)), storage_(storage) {
+        if (Stats<R>::new_task(&task_, &p_, &n_, &storage_, x, w.empty() ? nullptr : w.data(),
+                               indices.empty() ? nullptr : indices.data(), sizeof(I) == 8) != OST_STAT_OK)
             throw std::runtime_error("a task can't be created");
     }
     StatsTask(const StatsTask&) = delete;
