@@ -14,8 +14,8 @@
 
 namespace nvo::tests {
 
-enum class Kind { random, ascending, descending, constant, organ_pipe, few, zeros, special };
-inline constexpr Kind all_kinds[] = {Kind::random,     Kind::ascending, Kind::descending, Kind::constant,
+enum class Kind { random, ascending, descending, constant, organ_pipe, few, zeros, special, saw };
+inline constexpr Kind all_kinds[] = {Kind::random,     Kind::ascending, Kind::descending, Kind::constant, Kind::saw,
                                      Kind::organ_pipe, Kind::few,       Kind::zeros,      Kind::special};
 
 template <class R> std::vector<R> make_data(Kind kind, std::size_t n, unsigned seed = 1) {
@@ -42,6 +42,7 @@ template <class R> std::vector<R> make_data(Kind kind, std::size_t n, unsigned s
         case Kind::organ_pipe: x[i] = static_cast<R>(std::min(i, n - i)); break;
         case Kind::few: x[i] = static_cast<R>(random() % 5); break;
         case Kind::zeros: x[i] = random() % 2 ? R{0} : -R{0}; break;
+        case Kind::saw: x[i] = static_cast<R>(i % 17 * n + i); break;
         case Kind::special: x[i] = odd_ones[random() % 10]; break;
         }
     }

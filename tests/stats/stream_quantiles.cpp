@@ -49,14 +49,6 @@ TYPED_TEST_SUITE(StreamQuantiles, Reals);
 
 // ---- The bound ------------------------------------------------------------------------------------------------------
 
-template <class R> std::vector<std::vector<R>> all_data(std::size_t n) {
-    std::vector<std::vector<R>> all;
-    for (const Kind kind : all_kinds) all.push_back(make_data<R>(kind, n));
-    all.emplace_back();
-    for (std::size_t i = 0; i < n; ++i) all.back().push_back(static_cast<R>(i % 17 * n + i)); // teeth of a saw
-    return all;
-}
-
 // Of the ranks that a value has in the sorted data, one is off o N, rounded up or down, by e N at most. The ends are
 // exact.
 template <class R> void expect_bound(Stream<R>& stream, const std::vector<R>& sorted) {
@@ -80,7 +72,8 @@ template <class R> void expect_bound(Stream<R>& stream, const std::vector<R>& so
 // All N, reported after each observation. The first stages have the least room below the bound.
 TYPED_TEST(StreamQuantiles, BoundHoldsFromTheFirstObservationOn) {
     for (const double epsilon : {1.0, 0.9, 0.75, 0.6, 0.5, 0.4, 0.3, 0.2, 0.15, 0.1, 0.07, 0.03})
-        for (const auto& x : all_data<TypeParam>(260)) {
+        for (const Kind kind : all_kinds) {
+            const std::vector<TypeParam> x = make_data<TypeParam>(kind, 260);
             Stream<TypeParam> stream(epsilon, 1);
             for (std::size_t n = 1; n <= x.size() && !this->HasFailure(); ++n) {
                 stream.add(&x[n - 1], 1);
@@ -93,7 +86,8 @@ TYPED_TEST(StreamQuantiles, BoundHoldsFromTheFirstObservationOn) {
 // In portions of 1, 4, 13, ... observations.
 TYPED_TEST(StreamQuantiles, BoundHoldsForLongData) {
     for (const double epsilon : {0.3, 0.05, 0.01, 1e-3, 1e-4})
-        for (const auto& x : all_data<TypeParam>(epsilon > 0.01 ? 100'000 : 300'000)) {
+        for (const Kind kind : all_kinds) {
+            const std::vector<TypeParam> x = make_data<TypeParam>(kind, epsilon > 0.01 ? 100'000 : 300'000);
             Stream<TypeParam> stream(epsilon, 333);
             for (std::size_t done = 0, portion = 1; done < x.size(); done += portion, portion = portion * 3 + 1) {
                 portion = std::min(portion, x.size() - done);
@@ -130,14 +124,15 @@ TYPED_TEST(StreamQuantiles, AreExactAtFirst) {
 
 constexpr int variables = 5, observations = 20'000;
 
-// Quantiles of the first variables: added as a whole, or in random portions below `bound`, empty ones as well, and seen
-// now and then.
+// Quantiles of variables of several kinds: added as a whole, or in random portions below `bound`, empty ones as well,
+// and seen now and then.
 template <class R, class I = std::int32_t>
-std::vector<R> quantiles_of(const std::vector<std::vector<R>>& x, I storage = rows, unsigned bound = 0,
-                            const OstThreading* threading = nullptr, const std::vector<I>& indices = {}) {
+std::vector<R> quantiles_of(I storage = rows, unsigned bound = 0, const OstThreading* threading = nullptr,
+                            const std::vector<I>& indices = {}) {
     Stream<R, I> stream(0.01, 20, variables, storage, indices);
     std::mt19937 random(bound);
-    std::vector<R> portion;
+    std::vector<R> x[variables], portion;
+    for (int j = 0; j < variables; ++j) x[j] = make_data<R>(all_kinds[j], observations);
     for (int done = 0, n = 0; done < observations; done += n) {
         n = bound == 0 ? observations : std::min(static_cast<int>(random() % bound), observations - done);
         portion.resize(static_cast<std::size_t>(n * variables));
@@ -149,33 +144,30 @@ std::vector<R> quantiles_of(const std::vector<std::vector<R>>& x, I storage = ro
 }
 
 TYPED_TEST(StreamQuantiles, DoNotDependOnPortionsLayoutAndWidth) {
-    const auto x = all_data<TypeParam>(observations);
-    const auto whole = quantiles_of(x);
+    using R = TypeParam;
+    const std::vector<R> whole = quantiles_of<R>();
     for (const unsigned bound : {3, 700, 9000})
         for (const auto storage : {rows, cols}) {
-            EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int32_t>(x, storage, bound))) << bound;
-            EXPECT_TRUE(same_bits(whole, quantiles_of<TypeParam, std::int64_t>(x, storage, bound))) << bound;
+            EXPECT_TRUE(same_bits(whole, quantiles_of<R, std::int32_t>(storage, bound))) << bound;
+            EXPECT_TRUE(same_bits(whole, quantiles_of<R, std::int64_t>(storage, bound))) << bound;
         }
 }
 
 TYPED_TEST(StreamQuantiles, OfSelectedVariablesComeOneBehindTheOther) {
-    const auto x = all_data<TypeParam>(observations);
-    const auto whole = quantiles_of(x);
-    const std::vector<std::int64_t> indices = {0, 7, 0, -1, 1};
+    const std::vector<TypeParam> whole = quantiles_of<TypeParam>();
     std::vector<TypeParam> expected;
     for (const int j : {1, 3, 4}) expected.insert(expected.end(), &whole[21 * j], &whole[21 * j] + 21);
     expected.resize(whole.size(), -99); // rows that nobody writes
-    EXPECT_TRUE(same_bits(expected, quantiles_of<TypeParam, std::int64_t>(x, cols, 999, nullptr, indices)));
+    EXPECT_TRUE(same_bits(expected, quantiles_of<TypeParam, std::int64_t>(cols, 999, nullptr, {0, 7, 0, -1, 1})));
 }
 
 TEST(StreamQuantilesOfThreads, AreTheSame) {
-    const auto x = all_data<double>(observations);
-    const auto whole = quantiles_of(x);
+    const std::vector<double> whole = quantiles_of<double>();
     for (const int size : {1, 2, 3, 8}) {
         const Team team(size);
         for (const unsigned bound : {300, 5000, observations})
             for (const auto storage : {rows, cols})
-                EXPECT_TRUE(same_bits(whole, quantiles_of<double>(x, storage, bound, Team::descriptor())));
+                EXPECT_TRUE(same_bits(whole, quantiles_of<double>(storage, bound, Team::descriptor())));
     }
 }
 
