@@ -58,33 +58,31 @@ TYPED_TEST(MinmaxTest, AreThoseOfTheLoop) {
         }
 }
 
-TYPED_TEST(MinmaxTest, OneIsLeftAloneWhereOnlyTheOtherIsWanted) {
-    using R = TypeParam;
-    const R x[4] = {2, -1, 5, 3};
-    R low = 10, high = -10;
-    StatsTask<R> task(1, 4, OST_STAT_STORAGE_COLS, x);
-    task.set(OST_STAT_PARAM_MINIMUM, &low).set(OST_STAT_PARAM_MAXIMUM, &high);
-    EXPECT_EQ(OST_STAT_OK, Stats<R>::minmax(task.get(), OST_STAT_EST_MIN, OST_STAT_METHOD_ONE_PASS));
-    EXPECT_EQ(-1, low);
-    EXPECT_EQ(-10, high);
-    EXPECT_EQ(OST_STAT_OK, Stats<R>::minmax(task.get(), OST_STAT_EST_MAX, OST_STAT_METHOD_ONE_PASS));
-    EXPECT_EQ(5, high);
-}
-
 TEST(Minmax, ChecksComeInOrder) {
-    const double x[6] = {};
-    double low[2] = {}, high[2] = {};
+    const double x[6] = {2, -1, 5, 3, 4, 1};
+    std::vector<double> low = {10, 0}, high = {-10, -10};
     EmptyTask task;
     std::uint32_t method = OST_STAT_METHOD_TWO_PASS;
-    const auto call = [&] { return _ostdSSMinmax(task.get(), OST_STAT_EST_MIN | OST_STAT_EST_MAX, method); };
+    std::uint64_t estimates = OST_STAT_EST_MIN | OST_STAT_EST_MAX;
+    const auto call = [&] { return _ostdSSMinmax(task.get(), estimates, method); };
     task.expect_data(call, x, &no_storage);
     task.expect(call, {{OST_STAT_ERR_STORAGE, OST_STAT_PARAM_DATA_STORAGE, &rows},
-                       {OST_STAT_ERR_MINIMUM, OST_STAT_PARAM_MINIMUM, low},
-                       {OST_STAT_ERR_MAXIMUM, OST_STAT_PARAM_MAXIMUM, high}});
+                       {OST_STAT_ERR_MINIMUM, OST_STAT_PARAM_MINIMUM, low.data()},
+                       {OST_STAT_ERR_MAXIMUM, OST_STAT_PARAM_MAXIMUM, high.data()}});
     EXPECT_EQ(OST_STAT_ERR_METHOD, call());
-    method = OST_STAT_METHOD_ONE_PASS;
-    EXPECT_EQ(1, fail_each_allocation(call)); // the list of variables
     EXPECT_EQ(OST_STAT_ERR_TASK, _ostdSSMinmax(nullptr, 0, 1));
+    // One of the two alone leaves the other as it is.
+    method = OST_STAT_METHOD_ONE_PASS;
+    estimates = OST_STAT_EST_MIN;
+    EXPECT_EQ(1, fail_each_allocation(call)); // the list of variables
+    EXPECT_EQ((std::vector<double>{-1, 0}), low);
+    EXPECT_EQ((std::vector<double>{-10, -10}), high);
+    low = {10, 10};
+    estimates = OST_STAT_EST_MAX;
+    task.set(OST_STAT_PARAM_DATA_STORAGE, &cols); // other variables: 2, 5, 4 and -1, 3, 1
+    EXPECT_EQ(OST_STAT_OK, call());
+    EXPECT_EQ((std::vector<double>{5, 3}), high);
+    EXPECT_EQ((std::vector<double>{10, 10}), low);
 }
 
 } // namespace

@@ -10,18 +10,6 @@ namespace {
 
 using namespace nvo::tests;
 
-template <class R> struct Family;
-#define NVO_FAMILY(t, real)                                   \
-    template <> struct Family<real> {                         \
-        static constexpr auto sort = __ost##t##QSort;         \
-        static constexpr auto step = __ost##t##QSortStep;     \
-        static constexpr auto select = __ost##t##QSortSelect; \
-        static constexpr auto map = _v##t##SSQuickMapSort;    \
-    };
-NVO_FAMILY(s, float)
-NVO_FAMILY(d, double)
-#undef NVO_FAMILY
-
 template <class R> class Quicksort : public testing::Test {};
 TYPED_TEST_SUITE(Quicksort, Reals);
 
@@ -36,21 +24,21 @@ TYPED_TEST(Quicksort, SortsAllKindsOfData) {
             std::vector<R> sorted = x, plain = x, spread(3 * x.size(), R{-99}), pairs = x, w(x.size());
             std::sort(sorted.begin(), sorted.end());
 
-            Family<R>::sort(n, plain.data());
+            Stats<R>::quicksort(n, plain.data());
             ASSERT_EQ(sorted, plain);
             for (std::int64_t i = 0; i < n; ++i) spread[stride * i] = x[i];
-            Family<R>::step(n, spread.data(), stride);
+            Stats<R>::quicksort_step(n, spread.data(), stride);
             for (std::int64_t i = 0; i < stride * n; ++i)
                 ASSERT_EQ(i % stride == 0 ? sorted[i / stride] : R{-99}, spread[i]);
             std::iota(w.begin(), w.end(), R{0});
-            Family<R>::map(n, pairs.data(), w.data());
+            Stats<R>::quicksort_pairs(n, pairs.data(), w.data());
             ASSERT_EQ(sorted, pairs);
             for (std::int64_t i = 0; i < n; ++i) ASSERT_TRUE(same_bits(pairs[i], x[static_cast<std::size_t>(w[i])]));
             std::sort(w.begin(), w.end());
             for (std::int64_t i = 0; i < n; ++i) ASSERT_EQ(static_cast<R>(i), w[i]);
             for (std::int64_t k = 0; k < n; k += 1 + n / 7) {
                 std::vector<R> part = x;
-                const R found = Family<R>::select(n, part.data(), k);
+                const R found = Stats<R>::quickselect(n, part.data(), k);
                 ASSERT_EQ(sorted[k], found);
                 for (std::int64_t i = 0; i < n; ++i) ASSERT_TRUE(i < k ? part[i] <= found : part[i] >= found);
             }
@@ -60,7 +48,7 @@ TYPED_TEST(Quicksort, SortsAllKindsOfData) {
 
 TYPED_TEST(Quicksort, RefusesARankThatIsNone) {
     TypeParam x[] = {2, 1};
-    for (const std::int64_t k : {-1, 2}) EXPECT_TRUE(std::isnan(Family<TypeParam>::select(2, x, k)));
+    for (const std::int64_t k : {-1, 2}) EXPECT_TRUE(std::isnan(Stats<TypeParam>::quickselect(2, x, k)));
     EXPECT_EQ(2, x[0]);
 }
 
@@ -76,8 +64,8 @@ TYPED_TEST(Quicksort, StaysInsideItsPagesWithNaNs) {
             sort();
             ASSERT_TRUE(same_bits(in_total_order(before), in_total_order(std::vector<R>(x, x + n))));
         };
-        keeps_elements([=] { Family<R>::sort(n, x); });
-        for (std::int64_t k = 0; k < n; k += 1 + n / 3) keeps_elements([=] { Family<R>::select(n, x, k); });
+        keeps_elements([=] { Stats<R>::quicksort(n, x); });
+        for (std::int64_t k = 0; k < n; k += 1 + n / 3) keeps_elements([=] { Stats<R>::quickselect(n, x, k); });
         keeps_elements([=] { nvo::stats::heap_sort(nvo::stats::Dense<R>{x}, 0, n - 1); });
     };
     constexpr R values[] = {0, 1, std::numeric_limits<R>::quiet_NaN()};

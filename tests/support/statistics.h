@@ -29,6 +29,10 @@ template <class R> struct Stats;
         static constexpr auto sort = _ost##t##SSSort;                        \
         static constexpr auto weighted_median = _ost##t##SSWMedian;          \
         static constexpr auto stream_quantiles = _ost##t##SSStreamQuantiles; \
+        static constexpr auto quicksort = __ost##t##QSort;                   \
+        static constexpr auto quicksort_step = __ost##t##QSortStep;          \
+        static constexpr auto quickselect = __ost##t##QSortSelect;           \
+        static constexpr auto quicksort_pairs = _v##t##SSQuickMapSort;       \
     };
 NVO_STATS(s, float)
 NVO_STATS(d, double)
