@@ -252,8 +252,9 @@ NVO_ARK_SS_GROUPED_EDITORS(d, double)
  * are updated by the lower ones: register central moments (or sums) of all orders below for results as exact as those
  * of one call. Without them they are made anew from the raw moments, with errors as of FAST; without these either
  * (central sums alone) they begin at 0 in each portion, and the result is wrong. For TWO_PASS central sums add up about
- * the means that each call is given: give the same, those of all the data. Matrices are right after a call that is
- * given the means of all so far.
+ * the means that each call is given: give the same, those of all the data. A first portion with a single observation of
+ * weight needs the array of CSUM2 for that: its variance is 0 / 0 and carries nothing. Matrices are right after a call
+ * that is given the means of all so far.
  *
  * Checks, in this order: task; dimension; the method (OST_STAT_ERR_METHOD); estimates that can't be had from sums
  * (OST_STAT_ERR_METHOD); the needed arrays, in the order mean, raw 2 to 4, central 2 to 4, cov, cor, kurtosis,
