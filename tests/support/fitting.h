@@ -3,9 +3,9 @@
 #pragma once
 
 #include "examples/team/team.h"
+#include "tests/support/allocations.h"
 
 #include "nvo_ark/fitting.h"
-#include "platform/core_testing.h"
 
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -87,20 +87,9 @@ struct RecordedTeam {
     static constexpr OstThreading descriptor = {run_for, nullptr, nullptr, nullptr, [] { return threads; }};
 };
 
-// call() with its first allocation failing, then its second, until none fails: it reports that, keeps no block, and
-// makes `count` allocations in all.
+// A call makes so many allocations, and each of them may fail.
 template <class Call> void expect_allocations(long count, Call call) {
-    const long blocks = nvo_core_testing_live_blocks();
-    for (long n = 1;; ++n) {
-        nvo_core_testing_fail_allocation(n);
-        const std::int32_t status = call();
-        const bool served = nvo_core_testing_fail_allocation(0) > 0;
-        EXPECT_EQ(served ? DF_ST_OK : DF_ST_NO_MEMORY, status);
-        EXPECT_GE(blocks, nvo_core_testing_live_blocks());
-        if (!served) continue;
-        EXPECT_EQ(count, n - 1);
-        return;
-    }
+    EXPECT_EQ(count, fail_each_allocation(DF_ST_NO_MEMORY, call));
 }
 
 } // namespace nvo::tests

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "examples/team/team.h"
-#include "platform/core_testing.h"
+#include "tests/support/allocations.h"
 
 #include "nvo_ark/statistics.h"
 
@@ -115,18 +115,7 @@ private:
 };
 inline constexpr std::int32_t no_storage = 0x8000, rows = OST_STAT_STORAGE_ROWS, cols = OST_STAT_STORAGE_COLS;
 
-// Fails each allocation of a call in turn, until it needs no more of them, and gives their number.
-template <class Call> long fail_each_allocation(Call call) {
-    for (long n = 0;; ++n) {
-        const long blocks = nvo_core_testing_live_blocks();
-        nvo_core_testing_fail_allocation(n + 1);
-        const std::int32_t status = call();
-        const bool failed = nvo_core_testing_fail_allocation(0) == 0;
-        EXPECT_EQ(failed ? OST_STAT_ERR_MEMORY : OST_STAT_OK, status) << n;
-        if (!failed) return n;
-        EXPECT_EQ(blocks, nvo_core_testing_live_blocks()) << n;
-    }
-}
+template <class Call> long fail_each_allocation(Call call) { return fail_each_allocation(OST_STAT_ERR_MEMORY, call); }
 
 template <class R> bool same_bits(const std::vector<R>& a, const std::vector<R>& b) {
     return a.size() == b.size() && std::memcmp(a.data(), b.data(), sizeof(R) * a.size()) == 0;
