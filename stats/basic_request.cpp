@@ -116,12 +116,6 @@ template <Real R> std::int32_t check_weights(const TaskRecord<R>& task) {
     return counted && !task.weights ? OST_STAT_OK : OST_STAT_ERR_ACC_WEIGHTS;
 }
 
-template <Real R> std::int32_t check_data(OstSSTask* handle) {
-    if (const auto status = check_observations<R>(handle); status != OST_STAT_OK) return status;
-    const TaskRecord<R>& task = record_of<R>(handle);
-    return is_storage(*task.integers(task.data_storage)) ? OST_STAT_OK : OST_STAT_ERR_STORAGE;
-}
-
 constexpr int highest(std::uint64_t needed, std::uint64_t (*moment)(int), std::uint64_t (*sum)(int), int lowest) {
     for (int k = highest_order; k >= lowest; --k)
         if ((needed & (moment(k) | sum(k))) != 0) return k;

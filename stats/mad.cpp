@@ -104,11 +104,10 @@ template <Real R> std::int32_t check(const Request<R>& request, std::uint32_t me
 template <Real R>
 std::int32_t absolute_deviations(OstSSTask* handle, std::uint64_t estimates, std::uint32_t method,
                                  const OstThreading* threading) {
-    if (const auto status = check_observations<R>(handle); status != OST_STAT_OK) return status;
+    if (const auto status = check_data<R>(handle); status != OST_STAT_OK) return status;
     const TaskRecord<R>& task = record_of<R>(handle);
     const std::int64_t p = *task.integers(task.dimension), n = *task.integers(task.observations);
     const std::int64_t storage = *task.integers(task.data_storage);
-    if (!is_storage(storage)) return OST_STAT_ERR_STORAGE;
     const Request<R> request{task,
                              n,
                              (estimates & OST_STAT_EST_MEDIAN_AD) != 0,

@@ -149,11 +149,10 @@ template <Real R> void of_columns(const TaskRecord<R>& task, std::int64_t p, std
 }
 
 template <Real R> std::int32_t minmax(OstSSTask* handle, std::uint64_t estimates, std::uint32_t method) {
-    if (const auto status = check_observations<R>(handle); status != OST_STAT_OK) return status;
+    if (const auto status = check_data<R>(handle); status != OST_STAT_OK) return status;
     const TaskRecord<R>& task = record_of<R>(handle);
     const std::int64_t p = *task.integers(task.dimension), n = *task.integers(task.observations);
     const std::int64_t storage = *task.integers(task.data_storage);
-    if (!is_storage(storage)) return OST_STAT_ERR_STORAGE;
     const Results<R> results{task, (estimates & OST_STAT_EST_MIN) != 0, (estimates & OST_STAT_EST_MAX) != 0};
     if (results.minimum && !task.minimum) return OST_STAT_ERR_MINIMUM;
     if (results.maximum && !task.maximum) return OST_STAT_ERR_MAXIMUM;

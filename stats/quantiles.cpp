@@ -114,11 +114,10 @@ std::int32_t by_selection(const TaskRecord<R>& task, const Matrix<R>& data, std:
 template <Real R>
 std::int32_t quantiles(OstSSTask* handle, std::uint64_t estimates, std::uint32_t method,
                        const OstThreading* threading) {
-    if (const auto status = check_observations<R>(handle); status != OST_STAT_OK) return status;
+    if (const auto status = check_data<R>(handle); status != OST_STAT_OK) return status;
     const TaskRecord<R>& task = record_of<R>(handle);
     const std::int64_t p = *task.integers(task.dimension), n = *task.integers(task.observations);
     const std::int64_t storage = *task.integers(task.data_storage);
-    if (!is_storage(storage)) return OST_STAT_ERR_STORAGE;
     const bool has_orders = (estimates & OST_STAT_EST_QUANTILES) != 0;
     const bool has_statistics = (estimates & OST_STAT_EST_ORDER_STATS) != 0;
     if (const auto status = has_orders ? check_orders(task) : OST_STAT_OK; status != OST_STAT_OK) return status;

@@ -58,7 +58,7 @@ private:
     std::int64_t count_ = 0;
 };
 
-// Whether there are observations, in the order of the checks. The value of the storage code is the estimator's affair.
+// Whether there are observations, in the order of the checks.
 template <Real R> std::int32_t check_observations(OstSSTask* handle) {
     if (!handle) return OST_STAT_ERR_TASK;
     const TaskRecord<R>& task = record_of<R>(handle);
@@ -67,6 +67,12 @@ template <Real R> std::int32_t check_observations(OstSSTask* handle) {
     if (!task.data) return OST_STAT_ERR_DATA;
     if (!task.data_storage) return OST_STAT_ERR_MATRIX_STORAGE;
     return OST_STAT_OK;
+}
+// And that the storage code is one.
+template <Real R> std::int32_t check_data(OstSSTask* handle) {
+    if (const auto status = check_observations<R>(handle); status != OST_STAT_OK) return status;
+    const TaskRecord<R>& task = record_of<R>(handle);
+    return is_storage(*task.integers(task.data_storage)) ? OST_STAT_OK : OST_STAT_ERR_STORAGE;
 }
 
 // How many threads work on the items of a run, where each needs `rows` of n numbers as scratch, and all together may

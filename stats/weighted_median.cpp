@@ -54,11 +54,10 @@ template <Real R> R weighted_quantile(const R* x, const R* w, std::int64_t n, do
 }
 
 template <Real R> std::int32_t weighted_median(OstSSTask* handle) {
-    if (const auto status = check_observations<R>(handle); status != OST_STAT_OK) return status;
+    if (const auto status = check_data<R>(handle); status != OST_STAT_OK) return status;
     const TaskRecord<R>& task = record_of<R>(handle);
     const std::int64_t p = *task.integers(task.dimension), n = *task.integers(task.observations);
     const std::int64_t storage = *task.integers(task.data_storage);
-    if (!is_storage(storage)) return OST_STAT_ERR_STORAGE;
     if (!task.quantiles) return OST_STAT_ERR_QUANTILES;
     if (!task.quantile_orders) return OST_STAT_ERR_QUANTILE_ORDERS;
     const R order = task.quantile_orders[0];
