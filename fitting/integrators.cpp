@@ -284,6 +284,7 @@ public:
     };
     // The pieces of a pair are told by its cells alone, and integrals() is there.
     static constexpr bool in_groups = Pieces::begins_at_centre && model != IntegralModel::Arb;
+    // Of pairs that share their cells. Not inlined, so that the loop over single pairs keeps its registers.
     [[gnu::noinline]] void integrate_sharing(const LimitPairs<R>& pairs, R* r) const {
         const auto first = pieces_.piece(0, *pairs.left_cell), last = pieces_.piece(0, *pairs.right_cell);
         span(first, last).integrals(pairs.n, pairs.left, pairs.right, r);

@@ -77,7 +77,8 @@ private:
     std::vector<std::vector<Wide>> rows_;
 };
 
-// In multiples of an epsilon of the largest slope; with neighbours up to four times as wide as each other.
+// In multiples of an epsilon of the largest slope; with neighbours up to four times as wide as each other. Other random
+// numbers bring errors of up to 11.
 TYPED_TEST(NaturalCubic, IsWhatItsConditionsSay) {
     using R = TypeParam;
     std::mt19937 random(1);
@@ -101,7 +102,7 @@ TYPED_TEST(NaturalCubic, IsWhatItsConditionsSay) {
             }
         }
     }
-    error.expect_below(8);
+    error.expect_below(16);
 }
 
 // ---- few breakpoints, failures -------------------------------------------------------------------------------------
